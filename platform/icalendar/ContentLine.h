@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// The text level of RFC 5545: content lines, parameters, TEXT values and folding. Nothing here
+// knows what a property means.
+namespace quenbrook::platform::icalendar {
+
+// One content line (RFC 5545 section 3.1) after unfolding, as views into the unfolded text.
+struct ContentLine {
+    // As written; compare with equalsIgnoringCase.
+    std::string_view name;
+    // Everything between the name and the value, without the first ";" and the ":".
+    std::string_view parameters;
+    std::string_view value;
+};
+
+// Splits one unfolded line; nothing when it is no content line (no name, no ":").
+std::optional<ContentLine> parseContentLine(std::string_view line);
+
+// The value of a parameter by name: quotes dropped, RFC 6868 escapes decoded; nothing when absent.
+std::optional<std::string> parameterValue(const ContentLine& line, std::string_view name);
+
+// Writes a parameter's value so that parameterValue reads it back: in quotes when it needs them,
+// with the escapes of RFC 6868.
+std::string encodeParameter(std::string_view value);
+
+// Equality without regard to the case of ASCII letters, as RFC 5545 section 2 has it for names.
+inline bool equalsIgnoringCase(std::string_view left, std::string_view right) {
+    const auto lower = [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    };
+    if (left.size() != right.size())
+        return false;
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        if (left[i] != right[i] && lower(left[i]) != lower(right[i]))
+            return false;
+    }
+    return true;
+}
+
+// Reads a TEXT value (section 3.3.11): escapes decoded, invalid UTF-8 replaced by U+FFFD. A
+// backslash before any other character stays as it is.
+std::string decodeText(std::string_view value);
+
+// Whether TEXT can hold this exactly: every control character but tab and line feed cannot be
+// written, a carriage return included.
+bool canHoldText(std::string_view text);
+
+// Writes a TEXT value; the text must be one that canHoldText.
+std::string encodeText(std::string_view text);
+
+// One content line folded at 75 octets without splitting a UTF-8 character (section 3.1), each
+// physical line ended by `lineEnd`.
+std::string foldLine(std::string_view line, std::string_view lineEnd);
+
+// Takes the physical line at `position` without its ending, and moves the position past the ending
+// (LF or CRLF). Nothing at the end of the text.
+struct PhysicalLine {
+    std::string_view text;
+    std::size_t next;
+
+    // Continues the line before it (section 3.1).
+    bool isContinuation() const { return !text.empty() && (text[0] == ' ' || text[0] == '\t'); }
+};
+std::optional<PhysicalLine> physicalLineAt(std::string_view text, std::size_t position);
+
+} // namespace quenbrook::platform::icalendar

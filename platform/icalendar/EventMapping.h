@@ -1,0 +1,15 @@
+#pragma once
+
+#include "platform/CalendarStore.h"
+#include "platform/icalendar/Series.h"
+
+namespace quenbrook::platform::icalendar {
+
+// One occurrence as the store hands it out; identifier, calendar and handle are left to the store.
+// Every occurrence of a series carries the rules of the series, exceptions too.
+Event eventOf(const Series& series, const Occurrence& occurrence);
+
+// The rules of a component as the store hands them out.
+std::vector<RecurrenceRule> rulesOf(const EventComponent& master);
+
+} // namespace quenbrook::platform::icalendar

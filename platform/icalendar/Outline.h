@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/icalendar/Component.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quenbrook::platform::icalendar {
+
+// Whole days, both ends included.
+struct DayRange {
+    std::chrono::sys_days first;
+    std::chrono::sys_days last;
+};
+
+// What one quick pass over a VEVENT tells, without parsing it.
+struct EventSummary {
+    TextRange range;
+    // Decoded; empty when there is none.
+    std::string uid;
+    // The dates written in DTSTART and DTEND, whatever their zones; absent when they must be parsed
+    // to be known.
+    std::optional<DayRange> days;
+    // The date written in UNTIL, when there is one rule and it has one.
+    std::optional<std::chrono::sys_days> until;
+    bool hasRule = false;
+    bool hasAddedDates = false;
+
+    // Whether an occurrence may touch these days: false only when none can. The caller leaves room
+    // for the difference between zones.
+    bool mayTouch(const DayRange& wanted) const;
+};
+
+// Where the components of an iCalendar stream (RFC 5545 section 3.4) stand. Components that are not
+// closed, or not closed properly, are passed over, and so is what stands outside of a VCALENDAR.
+struct Outline {
+    std::vector<EventSummary> events;
+    std::vector<TextRange> timeZones;
+    // How many other complete components (VTODO, VJOURNAL, …) there are.
+    std::size_t others = 0;
+    // How many components were begun and never properly ended, or stand outside of a VCALENDAR.
+    std::size_t broken = 0;
+};
+Outline outlineOf(std::string_view text);
+
+} // namespace quenbrook::platform::icalendar
