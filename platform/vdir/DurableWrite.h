@@ -1,0 +1,25 @@
+#pragma once
+
+#include "platform/vdir/Folder.h"
+
+#include <string>
+#include <string_view>
+
+// Writes that a kill, a full disk or a power cut at any instant leaves either undone or done, never
+// half done. Each is complete, and safe on the disk, when it returns. All throw std::system_error
+// when the system refuses; the file then is as it was (but see the source on the folder's own
+// sync). Callers hold the folder's lock.
+namespace quenbrook::platform::vdir {
+
+// Makes a new file, readable to its owner only; it is an error when the name is taken.
+void createDurably(const Folder& folder, const std::string& name, std::string_view text);
+
+// Replaces a file, keeping its permissions and owner. False, and nothing done, when it is not what
+// `expected` says any more.
+bool replaceDurably(const Folder& folder, const std::string& name, std::string_view text,
+    const FileIdentity& expected);
+
+// Removes a file. False likewise.
+bool removeDurably(const Folder& folder, const std::string& name, const FileIdentity& expected);
+
+} // namespace quenbrook::platform::vdir

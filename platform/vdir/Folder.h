@@ -1,0 +1,87 @@
+#pragma once
+
+#include "platform/vdir/FileDescriptor.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <sys/stat.h>
+
+namespace quenbrook::platform::vdir {
+
+struct FolderEntry {
+    enum class Kind { file, folder, other };
+
+    std::string name;
+    Kind kind = Kind::other;
+    // A link to something of that kind, or a name that was not listed.
+    bool isLink = false;
+};
+
+// An open folder. Names are looked up in it without building paths; nothing that is opened here
+// can make the program wait, be it a FIFO or a device.
+class Folder {
+  public:
+    // Nothing when there is no folder that can be read; errno tells why.
+    static std::optional<Folder> open(const std::string& path);
+    std::optional<Folder> openFolder(const std::string& name) const;
+
+    int descriptor() const { return descriptor_.get(); }
+
+    // Everything but names that begin with a dot, in no particular order. As much as can be read.
+    std::vector<FolderEntry> entries() const;
+
+    // Whether this process may add, replace and remove files.
+    bool isWritable() const;
+
+  private:
+    explicit Folder(FileDescriptor descriptor)
+        : descriptor_(std::move(descriptor)) {}
+
+    FileDescriptor descriptor_;
+};
+
+// What tells one state of a file from another.
+struct FileIdentity {
+    explicit FileIdentity(const struct stat& status);
+
+    dev_t device;
+    ino_t inode;
+    off_t size;
+    std::pair<time_t, long> modified;
+    std::pair<time_t, long> changed;
+    mode_t mode;
+    uid_t owner;
+    gid_t group;
+
+    bool operator==(const FileIdentity&) const = default;
+};
+
+// Reads regular files, one after the other, into one buffer.
+class FileReader {
+  public:
+    // No calendar file that a person keeps is larger; one that is must not eat the memory.
+    static constexpr std::size_t maximumSize = std::size_t{128} << 20;
+
+    // The content, valid until the next call. Nothing when there is no regular file of that name
+    // that can be read, or it is larger than maximumSize. `sizeLimit` may lower that.
+    std::optional<std::string_view> read(
+        const Folder& folder, const FolderEntry& entry, std::size_t sizeLimit = maximumSize);
+
+  private:
+    std::string buffer_;
+};
+
+// A file that is about to be changed.
+struct FileContent {
+    std::string text;
+    FileIdentity identity;
+};
+
+// Nothing when there is no file of that name. Throws std::system_error when it cannot be read, is a
+// link or no regular file, or is larger than FileReader::maximumSize.
+std::optional<FileContent> readForChange(const Folder& folder, const std::string& name);
+
+} // namespace quenbrook::platform::vdir

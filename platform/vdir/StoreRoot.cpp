@@ -1,0 +1,119 @@
+#include "platform/vdir/StoreRoot.h"
+
+#include "platform/vdir/DurableWrite.h"
+#include "platform/vdir/SystemCall.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include <fcntl.h>
+
+namespace quenbrook::platform::vdir {
+namespace {
+
+constexpr mode_t privateMode = 0700;
+
+struct InitialFile {
+    const char* folder;
+    const char* name;
+    std::string_view content;
+};
+constexpr std::array<const char*, 2> initialFolders = {"local", "local/calendar"};
+constexpr std::array<InitialFile, 3> initialFiles = {{
+    {"local", "displayname", "On This Computer"},
+    {"local/calendar", "displayname", "Calendar"},
+    {"local/calendar", "color", "#1BADF8"},
+}};
+
+std::optional<std::filesystem::path> absolutePathIn(const char* variable) {
+    const char* value = std::getenv(variable);
+    const std::filesystem::path path = value ? value : "";
+    return path.is_absolute() ? std::optional(path) : std::nullopt;
+}
+
+Folder opened(const std::filesystem::path& path) {
+    auto folder = Folder::open(path.string());
+    if (!folder)
+        throwSystemError("open");
+    return std::move(*folder);
+}
+
+void syncFolder(const std::filesystem::path& path) {
+    const Folder folder = opened(path);
+    checked("fsync", [&] { return ::fsync(folder.descriptor()); });
+}
+
+// A folder under another name until it is finished; removed with all it holds if it never is.
+class UnfinishedFolder {
+  public:
+    explicit UnfinishedFolder(const std::filesystem::path& beside)
+        : path_(beside.string() + "-XXXXXX") {
+        if (!::mkdtemp(path_.data()))
+            throwSystemError("mkdtemp");
+    }
+    UnfinishedFolder(const UnfinishedFolder&) = delete;
+    UnfinishedFolder& operator=(const UnfinishedFolder&) = delete;
+    ~UnfinishedFolder() {
+        std::error_code ignored;
+        if (!path_.empty())
+            std::filesystem::remove_all(path_, ignored);
+    }
+
+    std::filesystem::path path() const { return path_; }
+
+    void finishAs(const std::filesystem::path& name) {
+#ifdef __APPLE__
+        checked(
+            "renamex_np", [&] { return ::renamex_np(path_.c_str(), name.c_str(), RENAME_EXCL); });
+#else
+        const int renamed = uninterrupted([&] {
+            return ::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE);
+        });
+        if (renamed == -1 && errno != EINVAL && errno != ENOSYS)
+            throwSystemError("renameat2");
+        // A plain rename replaces no folder but an empty one.
+        if (renamed == -1)
+            checked("rename", [&] { return ::rename(path_.c_str(), name.c_str()); });
+#endif
+        path_.clear();
+    }
+
+  private:
+    std::string path_;
+};
+
+} // namespace
+
+std::optional<std::filesystem::path> defaultStoreRoot() {
+    const std::filesystem::path below = std::filesystem::path("quenbrook") / "calendars";
+    if (const auto data = absolutePathIn("XDG_DATA_HOME"))
+        return *data / below;
+    if (const auto home = absolutePathIn("HOME"))
+        return *home / ".local" / "share" / below;
+    return std::nullopt;
+}
+
+void createStoreRoot(const std::filesystem::path& root) {
+    const std::filesystem::path parent = root.parent_path();
+    std::filesystem::path made;
+    for (const std::filesystem::path& part : parent) {
+        made /= part;
+        if (::mkdir(made.c_str(), privateMode) == 0)
+            syncFolder(made.parent_path());
+        else if (errno != EEXIST)
+            throwSystemError("mkdir");
+    }
+    UnfinishedFolder unfinished(parent / (".unfinished-" + root.filename().string()));
+    for (const char* folder : initialFolders)
+        checked(
+            "mkdir", [&] { return ::mkdir((unfinished.path() / folder).c_str(), privateMode); });
+    for (const InitialFile& file : initialFiles)
+        createDurably(opened(unfinished.path() / file.folder), file.name, file.content);
+    syncFolder(unfinished.path());
+    unfinished.finishAs(root);
+    syncFolder(parent);
+}
+
+} // namespace quenbrook::platform::vdir

@@ -1,0 +1,320 @@
+#include "platform/vdir/VdirStore.h"
+
+#include "platform/icalendar/CalendarEdit.h"
+#include "platform/icalendar/CalendarReader.h"
+#include "platform/vdir/CalendarFolders.h"
+#include "platform/vdir/DurableWrite.h"
+#include "platform/vdir/FolderLock.h"
+#include "platform/vdir/RandomUid.h"
+#include "platform/vdir/StoreRoot.h"
+
+#include <algorithm>
+#include <system_error>
+#include <tuple>
+
+namespace quenbrook::platform::vdir {
+namespace {
+
+constexpr std::int64_t restricted = 1;
+constexpr std::int64_t denied = 2;
+constexpr std::int64_t fullAccess = 3;
+
+constexpr std::string_view eventSuffix = ".ics";
+constexpr char identifierSeparator = ':';
+
+struct VdirHandle : EventHandle {
+    VdirHandle(std::string identifier, std::string name, icalendar::EventKey eventKey)
+        : calendar(std::move(identifier))
+        , file(std::move(name))
+        , key(std::move(eventKey)) {}
+
+    std::string calendar;
+    std::string file;
+    icalendar::EventKey key;
+};
+
+const VdirHandle& handleOf(const Event& event) {
+    return static_cast<const VdirHandle&>(*event.handle);
+}
+
+Instant now() {
+    return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
+}
+
+Event completed(
+    icalendar::FoundEvent found, const CalendarFolder& folder, const std::string& file) {
+    Event event = std::move(found.event);
+    event.identifier = folder.calendar->identifier + identifierSeparator + found.key.uid;
+    event.calendar = folder.calendar;
+    event.handle =
+        std::make_shared<const VdirHandle>(folder.calendar->identifier, file, std::move(found.key));
+    return event;
+}
+
+// By start, end and identifier; what is alike in these by file, so that the order never changes.
+bool comesBefore(const Event& left, const Event& right) {
+    return std::tie(left.start, left.end, *left.identifier, handleOf(left).file) <
+           std::tie(right.start, right.end, *right.identifier, handleOf(right).file);
+}
+
+// Whether this text, which comes from a request, can be part of a file's name and of nothing else.
+bool isPlainName(std::string_view text) {
+    constexpr std::string_view allowed =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_@.";
+    return !text.empty() && text.front() != '.' &&
+           text.find_first_not_of(allowed) == std::string_view::npos;
+}
+
+std::vector<FolderEntry> eventFiles(const Folder& folder) {
+    std::vector<FolderEntry> files = folder.entries();
+    std::erase_if(files, [](const FolderEntry& entry) {
+        return entry.kind != FolderEntry::Kind::file || !entry.name.ends_with(eventSuffix);
+    });
+    return files;
+}
+
+// Any error of the file system on the way to a write refuses the write.
+template <class Write>
+auto refusedOnSystemError(Write write) -> decltype(write()) {
+    try {
+        return write();
+    } catch (const std::system_error&) {
+        return {};
+    }
+}
+
+class VdirStore : public CalendarStore {
+  public:
+    explicit VdirStore(std::optional<std::filesystem::path> root)
+        : path_(std::move(root)) {}
+
+    std::int64_t authorizationStatus() override {
+        if (!path_)
+            return restricted;
+        return openRoot() ? fullAccess : denied;
+    }
+
+    void requestFullAccess(AccessCompletion completion) override {
+        completion(authorizationStatus() == fullAccess, std::nullopt);
+    }
+
+    std::vector<Calendar> calendars() override {
+        std::vector<Calendar> all;
+        for (const CalendarFolder& folder : folders())
+            all.push_back(*folder.calendar);
+        return all;
+    }
+
+    std::optional<Calendar> calendar(std::string_view identifier) override {
+        const CalendarFolder* folder = folderOf(identifier);
+        return folder ? std::optional(*folder->calendar) : std::nullopt;
+    }
+
+    std::vector<Event> events(
+        Instant start, Instant end, std::optional<std::span<const Calendar>> wanted) override {
+        std::vector<Event> found;
+        const icalendar::RangeQuery query(start, end);
+        FileReader reader;
+        for (const CalendarFolder& folder : folders()) {
+            const auto isFolder = [&](const Calendar& each) {
+                return each.identifier == folder.calendar->identifier;
+            };
+            if (wanted && std::none_of(wanted->begin(), wanted->end(), isFolder))
+                continue;
+            const std::optional<Folder> opened = open(folder);
+            if (!opened)
+                continue;
+            for (const FolderEntry& file : eventFiles(*opened)) {
+                const auto text = reader.read(*opened, file);
+                if (!text)
+                    continue;
+                for (icalendar::FoundEvent& event : query.eventsIn(*text))
+                    found.push_back(completed(std::move(event), folder, file.name));
+            }
+        }
+        std::stable_sort(found.begin(), found.end(), comesBefore);
+        return found;
+    }
+
+    std::optional<Event> event(std::string_view identifier) override {
+        for (const CalendarFolder& folder : folders()) {
+            const std::string& calendar = folder.calendar->identifier;
+            const bool inside = identifier.size() > calendar.size() &&
+                                identifier.starts_with(calendar) &&
+                                identifier[calendar.size()] == identifierSeparator;
+            if (!inside)
+                continue;
+            const std::optional<Folder> opened = open(folder);
+            auto found =
+                opened ? search(*opened, identifier.substr(calendar.size() + 1)) : std::nullopt;
+            if (found)
+                return completed(std::move(found->event), folder, found->file);
+        }
+        return std::nullopt;
+    }
+
+    std::optional<Event> create(const Calendar& calendar, const EventChanges& changes) override {
+        return refusedOnSystemError([&]() -> std::optional<Event> {
+            const CalendarFolder* folder = writableFolder(calendar.identifier);
+            const std::string uid = randomUid();
+            const auto text = folder ? icalendar::newStream(uid, changes, now()) : std::nullopt;
+            auto saved = text ? icalendar::findEvent(*text, uid) : std::nullopt;
+            const auto opened = saved ? open(*folder) : std::nullopt;
+            if (!opened)
+                return std::nullopt;
+            const std::string file = uid + std::string(eventSuffix);
+            const FolderLock lock(*opened);
+            createDurably(*opened, file, *text);
+            return completed(std::move(*saved), *folder, file);
+        });
+    }
+
+    bool update(const Event& event, const EventChanges& changes) override {
+        return change(event, [&](std::string_view text, const icalendar::EventKey& key) {
+            return icalendar::updatedStream(text, key, changes, now());
+        });
+    }
+
+    bool remove(const Event& event) override {
+        return change(event, [&](std::string_view text, const icalendar::EventKey& key) {
+            return icalendar::streamWithout(text, key, now());
+        });
+    }
+
+  private:
+    struct SearchResult {
+        icalendar::FoundEvent event;
+        std::string file;
+    };
+
+    // Makes the root on the first run.
+    const std::optional<Folder>& openRoot() {
+        if (!root_ && path_)
+            root_ = Folder::open(path_->string());
+        if (!root_ && path_ && errno == ENOENT) {
+            // Another first run may have been faster: what counts is that the root is there.
+            refusedOnSystemError([&] { return makeRoot(); });
+            root_ = Folder::open(path_->string());
+        }
+        return root_;
+    }
+
+    bool makeRoot() const {
+        createStoreRoot(*path_);
+        return true;
+    }
+
+    const std::vector<CalendarFolder>& folders() {
+        if (!folders_)
+            folders_ = openRoot() ? calendarFolders(*root_) : std::vector<CalendarFolder>();
+        return *folders_;
+    }
+
+    const CalendarFolder* folderOf(std::string_view identifier) {
+        const auto found = std::find_if(folders().begin(), folders().end(),
+            [&](const CalendarFolder& each) { return each.calendar->identifier == identifier; });
+        return found == folders().end() ? nullptr : &*found;
+    }
+
+    const CalendarFolder* writableFolder(std::string_view identifier) {
+        const CalendarFolder* folder = folderOf(identifier);
+        return folder && folder->calendar->allowsContentModifications ? folder : nullptr;
+    }
+
+    std::optional<Folder> open(const CalendarFolder& folder) const {
+        return root_->openFolder(folder.path);
+    }
+
+    static std::optional<SearchResult> searchIn(
+        const Folder& folder, const FolderEntry& file, std::string_view uid, FileReader& reader) {
+        const auto text = reader.read(folder, file);
+        auto event = text ? icalendar::findEvent(*text, uid) : std::nullopt;
+        return event ? std::optional(SearchResult{std::move(*event), file.name}) : std::nullopt;
+    }
+
+    // A file named after the UID, as nearly all are, is looked at before the folder is listed: a
+    // listing of 10,000 names takes longer than all the rest.
+    static std::optional<SearchResult> search(const Folder& folder, std::string_view uid) {
+        FileReader reader;
+        if (isPlainName(uid)) {
+            const FolderEntry likely{
+                std::string(uid) + std::string(eventSuffix), FolderEntry::Kind::file, true};
+            if (auto found = searchIn(folder, likely, uid, reader))
+                return found;
+        }
+        std::vector<FolderEntry> files = eventFiles(folder);
+        std::sort(
+            files.begin(), files.end(), [](const FolderEntry& left, const FolderEntry& right) {
+                return left.name < right.name;
+            });
+        for (const FolderEntry& file : files) {
+            if (auto found = searchIn(folder, file, uid, reader))
+                return found;
+        }
+        return std::nullopt;
+    }
+
+    // Applies a change to the event's file as it is under the lock, afresh for as long as another
+    // program changes the file at the same time.
+    template <class Change>
+    bool change(const Event& event, Change makeText) {
+        const VdirHandle& handle = handleOf(event);
+        return refusedOnSystemError([&] {
+            const CalendarFolder* folder = writableFolder(handle.calendar);
+            const std::optional<Folder> opened = folder ? open(*folder) : std::nullopt;
+            if (!opened)
+                return false;
+            const FolderLock lock(*opened);
+            while (const auto current = currentFile(*opened, handle)) {
+                const auto text = makeText(current->content.text, handle.key);
+                if (!text)
+                    return false;
+                if (save(*opened, *current, *text))
+                    return true;
+            }
+            return false;
+        });
+    }
+
+    struct CurrentFile {
+        std::string name;
+        FileContent content;
+    };
+
+    // The event may have moved to another file since it was read.
+    static std::optional<CurrentFile> currentFile(const Folder& folder, const VdirHandle& handle) {
+        auto content = readForChange(folder, handle.file);
+        if (content && icalendar::findEvent(content->text, handle.key.uid))
+            return CurrentFile{handle.file, std::move(*content)};
+        const auto found = search(folder, handle.key.uid);
+        auto moved = found ? readForChange(folder, found->file) : std::nullopt;
+        return moved ? std::optional(CurrentFile{found->file, std::move(*moved)}) : std::nullopt;
+    }
+
+    // False when another program has changed the file since it was read.
+    static bool save(const Folder& folder, const CurrentFile& current, const std::string& text) {
+        const FileIdentity& identity = current.content.identity;
+        return text.empty() ? removeDurably(folder, current.name, identity)
+                            : replaceDurably(folder, current.name, text, identity);
+    }
+
+    std::optional<std::filesystem::path> path_;
+    std::optional<Folder> root_;
+    std::optional<std::vector<CalendarFolder>> folders_;
+};
+
+} // namespace
+
+std::unique_ptr<CalendarStore> openVdirStore(std::optional<std::filesystem::path> root) {
+    return std::make_unique<VdirStore>(std::move(root));
+}
+
+} // namespace quenbrook::platform::vdir
+
+namespace quenbrook::platform {
+
+std::unique_ptr<CalendarStore> openCalendarStore() {
+    return vdir::openVdirStore(vdir::defaultStoreRoot());
+}
+
+} // namespace quenbrook::platform
