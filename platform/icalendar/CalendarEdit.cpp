@@ -26,6 +26,11 @@ bool definesZone(std::string_view text, const Outline& outline, std::string_view
         });
 }
 
+bool names(const EventComponent& event, std::string_view zone) {
+    const auto* end = std::get_if<DateTime>(&event.extent);
+    return event.start.zoneIdentifier == zone || (end && end->zoneIdentifier == zone);
+}
+
 // One change of one stream: what it is made from, and the edit that collects it.
 class StreamChange {
   public:
@@ -102,13 +107,14 @@ class StreamChange {
 
     // A zone that the event did not name before needs its definition (RFC 5545 section 3.2.19).
     void addZoneOf(const PlannedDates& dates, const EventComponent& event) {
-        if (!dates.start || dates.start->form != DateTime::Form::zoned ||
-            dates.start->zoneIdentifier == event.start.zoneIdentifier ||
-            definesZone(text_, outline_, dates.start->zoneIdentifier))
+        // Start and end name the same new zone, unless only one of them needs UTC.
+        const auto& named =
+            dates.start && dates.start->form == DateTime::Form::zoned ? dates.start : dates.end;
+        if (!named || named->form != DateTime::Form::zoned || names(event, named->zoneIdentifier) ||
+            definesZone(text_, outline_, named->zoneIdentifier))
             return;
         edit_.insert((*event.component).range.begin,
-            writeVTimeZone(
-                dates.start->zoneIdentifier, dates.start->zone, dates.start->instant(), lineEnd_));
+            writeVTimeZone(named->zoneIdentifier, named->zone, named->instant(), lineEnd_));
     }
 
     // A date of the series under another name, with the parameters of DTSTART when it is alike.
@@ -150,7 +156,9 @@ bool bringsOtherRules(const Series& series, const EventChanges& changes) {
     if (!changes.recurrenceRules)
         return false;
     const EventComponent* master = series.master();
-    if (!master || (changes.recurrenceRules->empty() && master->recurs()))
+    if (!master)
+        return !changes.recurrenceRules->empty();
+    if ((changes.recurrenceRules->empty() && master->recurs()))
         return true;
     const auto& wanted = *changes.recurrenceRules;
     return !std::equal(wanted.begin(), wanted.end(), master->rules.begin(), master->rules.end(),
@@ -258,7 +266,8 @@ std::optional<std::string> streamWithout(std::string_view text, const EventKey& 
     const EventComponent* owner = ownerOf(*series, *occurrence);
     if (isException(*occurrence) || !owner->recurs())
         change.remove(*occurrence->component);
-    if (owner && owner->recurs())
+    // Without its exception even an event that does not recur would be there again.
+    if (owner && (owner->recurs() || isException(*occurrence)))
         change.exclude(*owner, occurrence->originalStart, now);
     std::string without = change.result();
 

@@ -7,11 +7,8 @@ using std::chrono::days;
 using std::chrono::seconds;
 using std::chrono::sys_seconds;
 
-constexpr LocalTime earliest = std::chrono::local_days(std::chrono::year(1) / 1 / 1);
-constexpr LocalTime latest = std::chrono::local_days(std::chrono::year(9999) / 12 / 31) + days(1);
-
 std::optional<DateTime> ifInRange(DateTime value) {
-    const bool inRange = value.time >= earliest && value.time < latest;
+    const bool inRange = value.time >= earliestTime && value.time <= latestTime;
     return inRange ? std::optional(std::move(value)) : std::nullopt;
 }
 

@@ -3,10 +3,16 @@
 #include "platform/CalendarStore.h"
 #include "platform/icalendar/EventComponent.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 
 namespace quenbrook::platform::icalendar {
+
+// What four digits of a year can hold.
+constexpr LocalTime earliestTime = std::chrono::local_days(std::chrono::year(1) / 1 / 1);
+constexpr LocalTime latestTime =
+    std::chrono::local_days(std::chrono::year(10'000) / 1 / 1) - std::chrono::seconds(1);
 
 // The zone in which new times are written: the machine's, by name. Without a name, UTC.
 struct WritingZone {

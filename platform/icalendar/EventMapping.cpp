@@ -79,13 +79,23 @@ std::optional<Instant> lastModifiedOf(const Component& component) {
     return time ? std::optional<Instant>(Instant(time->time_since_epoch())) : std::nullopt;
 }
 
+// The last instant at which an occurrence may start.
+Instant endDateOf(const Until& until, const DateTime& start) {
+    const LocalTime day = std::chrono::floor<std::chrono::days>(until.time);
+    if (start.isDate())
+        return start.zone.instantOf(day);
+    if (until.form == Until::Form::date)
+        return start.zone.instantOf(day + std::chrono::days(1) - std::chrono::seconds(1));
+    const Zone zone = until.form == Until::Form::utc ? Zone::utc() : start.zone;
+    return zone.instantOf(until.time);
+}
+
 std::optional<RecurrenceEnd> endOf(const Recur& rule, const DateTime& start) {
     if (rule.count)
         return RecurrenceEnd::withOccurrenceCount(*rule.count);
     if (!rule.until)
         return std::nullopt;
-    const Zone zone = rule.until->form == Until::Form::utc ? Zone::utc() : start.zone;
-    return RecurrenceEnd::withEndDate(zone.instantOf(rule.until->time));
+    return RecurrenceEnd::withEndDate(endDateOf(*rule.until, start));
 }
 
 RecurrenceRule ruleOf(const Recur& rule, const DateTime& start) {

@@ -27,6 +27,11 @@ constexpr std::array<TextProperty, 3> textProperties = {{
 constexpr std::array<Frequency, 4> frequencies = {
     Frequency::daily, Frequency::weekly, Frequency::monthly, Frequency::yearly};
 
+bool isWritable(Instant date) {
+    const LocalTime time(std::chrono::floor<seconds>(date).time_since_epoch());
+    return time >= earliestTime && time <= latestTime;
+}
+
 bool isHoldable(const RecurrenceRule& rule) {
     const auto isBetween = [](std::int64_t low, std::int64_t high) {
         return [=](std::int64_t value) { return value >= low && value <= high && value != 0; };
@@ -34,8 +39,9 @@ bool isHoldable(const RecurrenceRule& rule) {
     constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
     return rule.frequency >= 0 && rule.frequency < std::ssize(frequencies) && rule.interval >= 1 &&
            rule.interval <= most &&
-           (!rule.end || rule.end->endDate ||
-               (rule.end->occurrenceCount >= 1 && rule.end->occurrenceCount <= most)) &&
+           (!rule.end || (rule.end->endDate && isWritable(*rule.end->endDate)) ||
+               (!rule.end->endDate && rule.end->occurrenceCount >= 1 &&
+                   rule.end->occurrenceCount <= most)) &&
            std::all_of(rule.daysOfTheWeek.begin(), rule.daysOfTheWeek.end(), isBetween(1, 7)) &&
            std::all_of(
                rule.daysOfTheMonth.begin(), rule.daysOfTheMonth.end(), isBetween(-31, 31)) &&
@@ -52,7 +58,7 @@ std::string dateLine(std::string_view name, const DateTime& value, const Propert
 // UNTIL has the form of DTSTART, but a time with a zone has it in UTC (RFC 5545 section 3.3.10).
 Until untilOf(Instant date, const DateTime& start) {
     const auto whole = std::chrono::floor<seconds>(date);
-    const LocalTime wall = start.zone.wallClockAt(whole);
+    const LocalTime wall = std::clamp(start.zone.wallClockAt(whole), earliestTime, latestTime);
     if (start.isDate())
         return {std::chrono::floor<std::chrono::days>(wall), Until::Form::date};
     if (start.form == DateTime::Form::floating)
