@@ -1,0 +1,533 @@
+#import <CoreGraphics/CoreGraphics.h>
+#import <EventKit/EventKit.h>
+#import <Foundation/Foundation.h>
+
+#include "platform/CalendarStore.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <type_traits>
+#include <unordered_map>
+#include <utility>
+
+#include <unicode/unistr.h>
+
+// Ownership is spelled out, so that what runs on a Mac is what the tests elsewhere have counted.
+#if __has_feature(objc_arc)
+#error "This file counts its references itself: compile it with -fno-objc-arc."
+#endif
+
+namespace quenbrook::platform {
+
+namespace eventkit {
+
+namespace {
+
+// Unlike @autoreleasepool it is drained when an exception leaves the scope, too.
+class AutoreleasePool {
+  public:
+    AutoreleasePool() = default;
+    AutoreleasePool(const AutoreleasePool&) = delete;
+    AutoreleasePool& operator=(const AutoreleasePool&) = delete;
+    ~AutoreleasePool() { [pool_ drain]; }
+
+  private:
+    NSAutoreleasePool* pool_ = [[NSAutoreleasePool alloc] init];
+};
+
+// One reference to an object.
+template <typename Class>
+class Retained {
+  public:
+    // Takes over the reference that +alloc gave.
+    static Retained adopting(Class* object) { return Retained(object); }
+    static Retained retaining(Class* object) { return Retained([object retain]); }
+    Retained(Retained&& other) noexcept
+        : object_(std::exchange(other.object_, nil)) {}
+    Retained& operator=(Retained&& other) noexcept {
+        std::swap(object_, other.object_);
+        return *this;
+    }
+    ~Retained() { [object_ release]; }
+
+    Class* get() const { return object_; }
+
+  private:
+    explicit Retained(Class* object)
+        : object_(object) {}
+
+    Class* object_;
+};
+
+template <auto release>
+struct Releasing {
+    template <typename Object>
+    void operator()(Object* object) const {
+        release(object);
+    }
+};
+using OwnedColor = std::unique_ptr<std::remove_pointer_t<CGColorRef>, Releasing<CGColorRelease>>;
+using OwnedColorSpace =
+    std::unique_ptr<std::remove_pointer_t<CGColorSpaceRef>, Releasing<CGColorSpaceRelease>>;
+
+// UTF-16 both ways: NUL and unpaired surrogates are then none of Foundation's business.
+std::string toText(NSString* string) {
+    const NSUInteger length = [string length];
+    std::vector<unichar> units(length);
+    [string getCharacters:units.data() range:NSMakeRange(0, length)];
+    std::string text;
+    icu::UnicodeString(false, units.data(), static_cast<std::int32_t>(length)).toUTF8String(text);
+    return text;
+}
+
+// With the byte order said, a byte order mark at the beginning is a character like any other.
+NSString* toString(std::string_view text) {
+    static_assert(std::endian::native == std::endian::little);
+    const auto units = icu::UnicodeString::fromUTF8(
+        icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
+    return
+        [[[NSString alloc] initWithBytes:units.getBuffer()
+                                  length:static_cast<NSUInteger>(units.length()) * sizeof(unichar)
+                                encoding:NSUTF16LittleEndianStringEncoding] autorelease];
+}
+
+std::optional<std::string> toOptionalText(NSString* string) {
+    return string == nil ? std::nullopt : std::optional(toText(string));
+}
+
+NSString* toStringOrNil(const std::optional<std::string>& text) {
+    return text ? toString(*text) : nil;
+}
+
+Instant toInstant(NSDate* date) {
+    return Instant(std::chrono::milliseconds(std::llround([date timeIntervalSince1970] * 1000.0)));
+}
+
+std::optional<Instant> toOptionalInstant(NSDate* date) {
+    return date == nil ? std::nullopt : std::optional(toInstant(date));
+}
+
+// A stored event always has both its dates: without one nothing true can be told of it.
+Instant toRequiredInstant(NSDate* date) {
+    if (date == nil) {
+        std::abort();
+    }
+    return toInstant(date);
+}
+
+NSDate* toDate(Instant instant) {
+    const std::chrono::duration<double> sinceEpoch = instant.time_since_epoch();
+    return [NSDate dateWithTimeIntervalSince1970:sinceEpoch.count()];
+}
+
+NSDate* toDateOrNil(const std::optional<Instant>& instant) {
+    return instant ? toDate(*instant) : nil;
+}
+
+// The body's result, all its temporary objects gone; an NSException becomes a PlatformError. That
+// one is thrown behind the @catch: thrown inside, it would leave with the other still alive.
+template <typename Body>
+auto atTheBoundary(const Body& body) {
+    const AutoreleasePool pool;
+    std::string reason;
+    @try {
+        return body();
+    } @catch (NSException* exception) {
+        reason = toText([exception reason]);
+    }
+    throw PlatformError(reason);
+}
+
+std::optional<Color> toColor(CGColorRef color) {
+    if (color == nullptr) {
+        return std::nullopt;
+    }
+    const OwnedColorSpace space(CGColorSpaceCreateWithName(kCGColorSpaceSRGB));
+    if (!space) {
+        std::abort();
+    }
+    const OwnedColor converted(CGColorCreateCopyByMatchingToColorSpace(
+        space.get(), kCGRenderingIntentDefault, color, nullptr));
+    if (!converted || CGColorGetNumberOfComponents(converted.get()) < 3) {
+        return std::nullopt;
+    }
+    const CGFloat* components = CGColorGetComponents(converted.get());
+    if (components == nullptr) {
+        return std::nullopt;
+    }
+    return Color{components[0], components[1], components[2]};
+}
+
+std::optional<Source> toSource(EKSource* source) {
+    if (source == nil) {
+        return std::nullopt;
+    }
+    return Source{toText([source title]), [source sourceType]};
+}
+
+Calendar toCalendar(EKCalendar* calendar) {
+    return {
+        .identifier = toText([calendar calendarIdentifier]),
+        .title = toText([calendar title]),
+        .allowsContentModifications = static_cast<bool>([calendar allowsContentModifications]),
+        .source = toSource([calendar source]),
+        .color = toColor([calendar CGColor]),
+    };
+}
+
+Participant toParticipant(EKParticipant* participant) {
+    return {
+        .url = toText([[participant URL] absoluteString]),
+        .name = toOptionalText([participant name]),
+        .status = [participant participantStatus],
+    };
+}
+
+std::optional<RecurrenceEnd> toRecurrenceEnd(EKRecurrenceEnd* end) {
+    if (end == nil) {
+        return std::nullopt;
+    }
+    return RecurrenceEnd{
+        static_cast<std::int64_t>([end occurrenceCount]), toOptionalInstant([end endDate])};
+}
+
+// The results of a function on the objects of a list, nil being an empty one.
+template <typename Class, typename Function>
+auto mapped(NSArray* list, const Function& function) {
+    std::vector<std::invoke_result_t<Function, Class*>> results;
+    results.reserve([list count]);
+    for (Class* object in list) {
+        results.push_back(function(object));
+    }
+    return results;
+}
+
+std::int64_t toNumber(NSNumber* number) {
+    return [number integerValue];
+}
+
+std::int64_t toWeekday(EKRecurrenceDayOfWeek* day) {
+    return [day dayOfTheWeek];
+}
+
+RecurrenceRule toRecurrenceRule(EKRecurrenceRule* rule) {
+    return {
+        .frequency = [rule frequency],
+        .interval = [rule interval],
+        .end = toRecurrenceEnd([rule recurrenceEnd]),
+        .daysOfTheWeek = mapped<EKRecurrenceDayOfWeek>([rule daysOfTheWeek], toWeekday),
+        .daysOfTheMonth = mapped<NSNumber>([rule daysOfTheMonth], toNumber),
+        .monthsOfTheYear = mapped<NSNumber>([rule monthsOfTheYear], toNumber),
+    };
+}
+
+// A list of one object for each value, nil when there is none.
+template <typename Value, typename Function>
+NSArray* listOrNil(const std::vector<Value>& values, const Function& function) {
+    if (values.empty()) {
+        return nil;
+    }
+    NSMutableArray* list = [NSMutableArray arrayWithCapacity:values.size()];
+    for (const Value& value : values) {
+        [list addObject:function(value)];
+    }
+    return list;
+}
+
+NSNumber* toNSNumber(std::int64_t number) {
+    return [NSNumber numberWithInteger:number];
+}
+
+EKRecurrenceEnd* toEKRecurrenceEnd(const std::optional<RecurrenceEnd>& end) {
+    if (!end) {
+        return nil;
+    }
+    if (end->endDate) {
+        return [EKRecurrenceEnd recurrenceEndWithEndDate:toDate(*end->endDate)];
+    }
+    return [EKRecurrenceEnd
+        recurrenceEndWithOccurrenceCount:static_cast<NSUInteger>(end->occurrenceCount)];
+}
+
+// An argument that raises must not find the new object already there: all are made before it.
+EKRecurrenceRule* toEKRecurrenceRule(const RecurrenceRule& rule) {
+    const auto frequency = static_cast<EKRecurrenceFrequency>(rule.frequency);
+    EKRecurrenceEnd* end = toEKRecurrenceEnd(rule.end);
+    NSArray* weekdays = listOrNil(rule.daysOfTheWeek, [](std::int64_t weekday) {
+        return [EKRecurrenceDayOfWeek dayOfWeek:static_cast<EKWeekday>(weekday)];
+    });
+    NSArray* days = listOrNil(rule.daysOfTheMonth, toNSNumber);
+    NSArray* months = listOrNil(rule.monthsOfTheYear, toNSNumber);
+    if (weekdays == nil && days == nil && months == nil) {
+        return [[[EKRecurrenceRule alloc] initRecurrenceWithFrequency:frequency
+                                                             interval:rule.interval
+                                                                  end:end] autorelease];
+    }
+    return [[[EKRecurrenceRule alloc] initRecurrenceWithFrequency:frequency
+                                                         interval:rule.interval
+                                                    daysOfTheWeek:weekdays
+                                                   daysOfTheMonth:days
+                                                  monthsOfTheYear:months
+                                                   weeksOfTheYear:nil
+                                                    daysOfTheYear:nil
+                                                     setPositions:nil
+                                                              end:end] autorelease];
+}
+
+// Keeps the store as well, which has to be released after its events.
+class Handle final : public EventHandle {
+  public:
+    Handle(EKEventStore* store, EKEvent* event)
+        : store_(Retained<EKEventStore>::retaining(store))
+        , event_(Retained<EKEvent>::retaining(event)) {}
+
+    static EKEvent* eventOf(const Event& event) {
+        return dynamic_cast<const Handle&>(*event.handle).event_.get();
+    }
+
+  private:
+    Retained<EKEventStore> store_;
+    Retained<EKEvent> event_;
+};
+
+// Reads events, and each of their calendars once.
+class EventReader {
+  public:
+    explicit EventReader(EKEventStore* store)
+        : store_(store) {}
+
+    Event read(EKEvent* event) {
+        return {
+            .identifier = toOptionalText([event eventIdentifier]),
+            .calendar = calendarOf(event),
+            .title = toOptionalText([event title]),
+            .start = toRequiredInstant([event startDate]),
+            .end = toRequiredInstant([event endDate]),
+            .isAllDay = static_cast<bool>([event isAllDay]),
+            .location = toOptionalText([event location]),
+            .notes = toOptionalText([event notes]),
+            .participants = mapped<EKParticipant>([event attendees], toParticipant),
+            .alarmCount = [[event alarms] count],
+            .recurrenceRules = mapped<EKRecurrenceRule>([event recurrenceRules], toRecurrenceRule),
+            .lastModified = toOptionalInstant([event lastModifiedDate]),
+            .availability = [event availability],
+            .handle = std::make_shared<Handle>(store_, event),
+        };
+    }
+
+  private:
+    std::shared_ptr<const Calendar> calendarOf(EKEvent* event) {
+        EKCalendar* calendar = [event calendar];
+        if (calendar == nil) {
+            return nullptr;
+        }
+        auto& known = calendars_[toText([calendar calendarIdentifier])];
+        if (!known) {
+            known = std::make_shared<Calendar>(toCalendar(calendar));
+        }
+        return known;
+    }
+
+    EKEventStore* store_;
+    std::unordered_map<std::string, std::shared_ptr<const Calendar>> calendars_;
+};
+
+void setAlarms(EKEvent* event, const std::vector<double>& offsets) {
+    NSMutableArray* alarms = [NSMutableArray arrayWithCapacity:offsets.size()];
+    for (const double offset : offsets) {
+        [alarms addObject:[EKAlarm alarmWithRelativeOffset:offset]];
+    }
+    [event setAlarms:alarms];
+}
+
+void setRecurrenceRules(EKEvent* event, const std::vector<RecurrenceRule>& rules) {
+    [event setRecurrenceRules:listOrNil(rules, toEKRecurrenceRule)];
+}
+
+void fillNew(EKEvent* event, EKCalendar* calendar, const EventChanges& values) {
+    [event setCalendar:calendar];
+    [event setTitle:toStringOrNil(values.title)];
+    [event setStartDate:toDateOrNil(values.start)];
+    [event setEndDate:toDateOrNil(values.end)];
+    [event setAllDay:values.isAllDay.value_or(false)];
+    [event setLocation:toStringOrNil(values.location)];
+    [event setNotes:toStringOrNil(values.notes)];
+    if (values.alarms) {
+        setAlarms(event, *values.alarms);
+    }
+    if (values.recurrenceRules) {
+        setRecurrenceRules(event, *values.recurrenceRules);
+    }
+}
+
+void change(EKEvent* event, const EventChanges& changes) {
+    if (changes.title) {
+        [event setTitle:toString(*changes.title)];
+    }
+    if (changes.start) {
+        [event setStartDate:toDate(*changes.start)];
+    }
+    if (changes.end) {
+        [event setEndDate:toDate(*changes.end)];
+    }
+    if (changes.isAllDay) {
+        [event setAllDay:*changes.isAllDay];
+    }
+    if (changes.location) {
+        [event setLocation:toString(*changes.location)];
+    }
+    if (changes.notes) {
+        [event setNotes:toString(*changes.notes)];
+    }
+    if (changes.alarms) {
+        setAlarms(event, *changes.alarms);
+    }
+    if (changes.recurrenceRules) {
+        setRecurrenceRules(event, *changes.recurrenceRules);
+    }
+}
+
+class EventKitStore final : public CalendarStore {
+  public:
+    std::int64_t authorizationStatus() override {
+        return atTheBoundary([]() -> std::int64_t {
+            return [EKEventStore authorizationStatusForEntityType:EKEntityTypeEvent];
+        });
+    }
+
+    void requestFullAccess(AccessCompletion completion) override {
+        atTheBoundary([&] {
+            // A block copies what it captures, but of a reference only the reference.
+            const AccessCompletion answer = std::move(completion);
+            [store_.get() requestFullAccessToEventsWithCompletion:^(BOOL granted, NSError* error) {
+                const AutoreleasePool pool;
+                answer(granted, error == nil ? std::nullopt
+                                             : std::optional<PlatformError>(
+                                                   toText([error localizedDescription])));
+            }];
+        });
+    }
+
+    std::vector<Calendar> calendars() override {
+        return atTheBoundary([&] {
+            return mapped<EKCalendar>([store_.get() calendarsForEntityType:EKEntityTypeEvent],
+                [&](EKCalendar* calendar) { return remembered(calendar); });
+        });
+    }
+
+    std::optional<Calendar> calendar(std::string_view identifier) override {
+        return atTheBoundary([&]() -> std::optional<Calendar> {
+            EKCalendar* calendar = [store_.get() calendarWithIdentifier:toString(identifier)];
+            return calendar == nil ? std::nullopt : std::optional(remembered(calendar));
+        });
+    }
+
+    std::vector<Event> events(
+        Instant start, Instant end, std::optional<std::span<const Calendar>> calendars) override {
+        return atTheBoundary([&]() -> std::vector<Event> {
+            NSArray* filter = calendars ? objectsOf(*calendars) : nil;
+            // An empty list would not mean "none" to the predicate.
+            if (calendars && [filter count] == 0) {
+                return {};
+            }
+            NSPredicate* inRange = [store_.get() predicateForEventsWithStartDate:toDate(start)
+                                                                         endDate:toDate(end)
+                                                                       calendars:filter];
+            EventReader reader(store_.get());
+            return mapped<EKEvent>([store_.get() eventsMatchingPredicate:inRange],
+                [&](EKEvent* event) { return reader.read(event); });
+        });
+    }
+
+    std::optional<Event> event(std::string_view identifier) override {
+        return atTheBoundary([&]() -> std::optional<Event> {
+            EKEvent* event = [store_.get() eventWithIdentifier:toString(identifier)];
+            return event == nil ? std::nullopt
+                                : std::optional(EventReader(store_.get()).read(event));
+        });
+    }
+
+    std::optional<Event> create(const Calendar& calendar, const EventChanges& changes) override {
+        return atTheBoundary([&]() -> std::optional<Event> {
+            EKCalendar* object = objectOf(calendar);
+            if (object == nil) {
+                return std::nullopt;
+            }
+            EKEvent* event = [EKEvent eventWithEventStore:store_.get()];
+            fillNew(event, object, changes);
+            NSError* error = nil;
+            const BOOL isSaved = [store_.get() saveEvent:event
+                                                    span:EKSpanThisEvent
+                                                  commit:YES
+                                                   error:&error];
+            return isSaved ? std::optional(EventReader(store_.get()).read(event)) : std::nullopt;
+        });
+    }
+
+    bool update(const Event& event, const EventChanges& changes) override {
+        return atTheBoundary([&] {
+            EKEvent* object = Handle::eventOf(event);
+            change(object, changes);
+            NSError* error = nil;
+            const BOOL isSaved = [store_.get() saveEvent:object
+                                                    span:EKSpanThisEvent
+                                                  commit:YES
+                                                   error:&error];
+            // NO without an error says that there was nothing to save.
+            return isSaved || error == nil;
+        });
+    }
+
+    bool remove(const Event& event) override {
+        return atTheBoundary([&] {
+            NSError* error = nil;
+            return static_cast<bool>([store_.get() removeEvent:Handle::eventOf(event)
+                                                          span:EKSpanThisEvent
+                                                        commit:YES
+                                                         error:&error]);
+        });
+    }
+
+  private:
+    // Keeps the object for objectOf(): what was looked up once is not looked up again.
+    Calendar remembered(EKCalendar* object) {
+        Calendar calendar = toCalendar(object);
+        calendars_.insert_or_assign(calendar.identifier, Retained<EKCalendar>::retaining(object));
+        return calendar;
+    }
+
+    // Nil when the calendar is not of this store.
+    EKCalendar* objectOf(const Calendar& calendar) {
+        const auto known = calendars_.find(calendar.identifier);
+        return known != calendars_.end()
+                   ? known->second.get()
+                   : [store_.get() calendarWithIdentifier:toString(calendar.identifier)];
+    }
+
+    NSArray* objectsOf(std::span<const Calendar> calendars) {
+        NSMutableArray* objects = [NSMutableArray arrayWithCapacity:calendars.size()];
+        for (const Calendar& calendar : calendars) {
+            if (EKCalendar* object = objectOf(calendar)) {
+                [objects addObject:object];
+            }
+        }
+        return objects;
+    }
+
+    // Released last: nothing of a store may outlive it.
+    Retained<EKEventStore> store_ =
+        atTheBoundary([] { return Retained<EKEventStore>::adopting([[EKEventStore alloc] init]); });
+    std::unordered_map<std::string, Retained<EKCalendar>> calendars_;
+};
+
+} // namespace
+
+} // namespace eventkit
+
+std::unique_ptr<CalendarStore> openCalendarStore() {
+    return std::make_unique<eventkit::EventKitStore>();
+}
+
+} // namespace quenbrook::platform
