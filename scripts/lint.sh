@@ -1,0 +1,56 @@
+#!/bin/bash
+# Checks what no compiler does: format, layering, scripts, static analysis. Needs build/dev.
+set -u
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
+cd "$root" || exit
+failed=0
+
+# report TITLE FINDINGS: fails when there are any.
+report() {
+    [ -n "$2" ] || return 0
+    printf '%s:\n%s\n' "$1" "$2"
+    failed=1
+}
+
+sources() {
+    find "$@" \( -name '*.h' -o -name '*.cpp' -o -name '*.mm' -o -name '*.m' \) -print
+}
+
+# forbid FOLDER PATTERN…: the #include lines in FOLDER must match none of the patterns.
+forbid() {
+    local folder=$1 pattern
+    shift
+    for pattern in "$@"; do
+        report "$folder must not include" "$(
+            grep -rnE --include='*.h' --include='*.cpp' --include='*.mm' \
+                "^[[:space:]]*#[[:space:]]*(include|import)[[:space:]]*[<\"]$pattern" "$folder"
+        )"
+    done
+}
+
+# shellcheck disable=SC2046
+clang-format --dry-run -Werror $(sources src platform tests) || failed=1
+
+forbid src 'platform/[^>"]*/' 'tests/' 'libical/' 'unicode/' 'nlohmann/'
+forbid platform 'src/' 'tests/'
+forbid platform/icalendar 'platform/(vdir|eventkit)/' 'filesystem>' 'fstream>' 'sys/' 'fcntl\.h' 'dirent\.h'
+forbid platform/vdir 'platform/eventkit/' 'libical/' 'unicode/' 'nlohmann/'
+forbid platform/eventkit 'platform/(vdir|icalendar)/' 'libical/' 'nlohmann/'
+report "what the program sees must not include a store's header" "$(
+    grep -nE '^#include "platform/[^"]*/' platform/*.h
+)"
+
+report "no test is skipped" "$(
+    grep -rnE --include='*.h' --include='*.cpp' --include='*.mm' --include='*.py' \
+        'GTEST_SKIP|DISABLED_|skipTest|unittest\.skip|SkipTest' tests
+)"
+
+shellcheck run test .ci/run scripts/*.sh tests/bench/run || failed=1
+
+report "clang-tidy" "$(
+    find src platform -name '*.cpp' -print0 |
+        xargs -0 -n 1 -P "$(getconf _NPROCESSORS_ONLN)" clang-tidy -p build/dev --quiet 2>/dev/null
+)"
+
+exit "$failed"

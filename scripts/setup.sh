@@ -1,0 +1,135 @@
+#!/bin/bash
+# Prepares what one of the commands needs: scripts/setup.sh run|test|bench|ci
+#
+# Installs the packages that are missing (scripts/packages.txt), configures and builds. Whatever
+# the tools have to say goes to build/setup.log; a failure is told in one line on standard error,
+# with exit status 70. Several may be started at once: they take turns.
+#
+# Kept to what bash 3.2 knows, the one macOS has.
+set -u
+
+command=${1:?run, test, bench or ci}
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
+log=$root/build/setup.log
+
+fail() {
+    printf 'quenbrook: set-up failed while %s; the log is %s\n' "$1" "$log" >&3
+    exit 70
+}
+
+# The lock and the message channel stay out of every tool: a service that a package starts would
+# otherwise hold them for good.
+step() {
+    local what=$1
+    shift
+    printf '== %s: %s\n' "$what" "$*"
+    "$@" 3>&- 9>&- || fail "$what"
+}
+
+takeTurn() {
+    if command -v flock; then
+        flock 9
+    else
+        perl -MFcntl=:flock -e 'open(my $lock, ">&=", 9) or die; flock($lock, LOCK_EX) or die'
+    fi
+}
+
+# Prints one column of the package table for this command: 1 Debian's, 2 Homebrew's.
+packages() {
+    local needed debian homebrew
+    while read -r needed debian homebrew; do
+        case $needed:$command in
+        run:* | test:test | test:bench | test:ci | ci:ci) ;;
+        *) continue ;;
+        esac
+        if [ "$1" = 1 ]; then echo "$debian"; else echo "$homebrew"; fi
+    done <"$root/scripts/packages.txt" | grep -v '^-$'
+}
+
+# Prints the lines of its first argument that its second lacks.
+missing() {
+    grep -vxF -f <(printf '%s\n' "$2") <<<"$1"
+}
+
+# shellcheck disable=SC2317
+asRoot() {
+    if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+installDebianPackages() {
+    local wanted absent
+    wanted=$(packages 1)
+    # shellcheck disable=SC2086
+    absent=$(missing "$wanted" "$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' $wanted |
+        sed -n 's/^installed //p')")
+    [ -n "$absent" ] || return 0
+    step "fetching the package lists" asRoot apt-get -o DPkg::Lock::Timeout=600 update
+    # shellcheck disable=SC2086
+    step "installing packages" asRoot env DEBIAN_FRONTEND=noninteractive apt-get \
+        -o DPkg::Lock::Timeout=600 install -y --no-install-recommends $absent
+}
+
+installHomebrewFormulae() {
+    local absent
+    absent=$(missing "$(packages 2)" "$(brew list --formula -1)")
+    # shellcheck disable=SC2086
+    [ -z "$absent" ] || step "installing formulae" brew install $absent
+    # Homebrew keeps its ICU out of the folders that a compiler searches.
+    CMAKE_PREFIX_PATH=$(brew --prefix icu4c):$(brew --prefix)
+    export CMAKE_PREFIX_PATH
+}
+
+installPackages() {
+    if [ "$(uname)" = Darwin ]; then
+        installHomebrewFormulae
+    elif command -v apt-get; then
+        installDebianPackages
+    fi
+}
+
+# build PRESET [CMAKE-BUILD-ARGUMENT…]
+build() {
+    local preset=$1 folder=$root/build/$1 options=()
+    shift
+    if [ "$command" = ci ]; then options=(-DQUENBROOK_WERROR=ON); fi
+    # A build folder that was moved along with the tree refuses to work.
+    if [ -f "$folder/CMakeCache.txt" ] &&
+        ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$folder/CMakeCache.txt"; then
+        rm -rf "$folder"
+    fi
+    if [ ! -f "$folder/build.ninja" ] || [ "$command" = ci ] ||
+        [ "$root/CMakePresets.json" -nt "$folder/build.ninja" ]; then
+        step "configuring $preset" cmake --preset "$preset" ${options[@]+"${options[@]}"}
+    fi
+    # What is edited from now on may have missed this build.
+    step "marking the time" touch "$folder/.started"
+    step "building $preset" cmake --build "$folder" "$@"
+    step "marking the time" mv "$folder/.started" "$folder/.current"
+}
+
+exec 3>&2
+mkdir -p "$root/build" 2>/dev/null || fail "making the build folder"
+exec 9>>"$root/build/setup.lock" || fail "opening the lock"
+takeTurn >/dev/null || fail "waiting for another set-up"
+exec >"$log" 2>&1 || fail "opening the log"
+cd "$root" || fail "entering $root"
+
+installPackages
+case $command in
+run)
+    build release --target quenbrook
+    ;;
+bench)
+    build bench --target bench_programs
+    ;;
+test)
+    build release --target quenbrook
+    build dev
+    ;;
+ci)
+    build release --target quenbrook
+    build dev
+    build asan-ubsan
+    ;;
+esac
+exit 0
