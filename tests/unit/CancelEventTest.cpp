@@ -1,0 +1,86 @@
+#include "src/EventStoreClient.h"
+
+#include "tests/support/InMemoryStore.h"
+#include "tests/unit/UnitSupport.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace quenbrook::tests {
+namespace {
+
+using Strings = std::vector<std::string>;
+using support::InMemoryStore;
+
+class CancelEvent : public testing::Test {
+  protected:
+    CancelEvent() {
+        store.add(calendarNamed("C"));
+        store.add(calendarNamed("R", false));
+        store.add(eventNamed("E", calendarNamed("C")));
+        store.add(eventNamed("R1", calendarNamed("R", false)));
+    }
+
+    std::string failure(const std::string& identifier) {
+        return failureOf([&] { client.cancelEvent({identifier, std::nullopt}); });
+    }
+
+    InMemoryStore store;
+    EventStoreClient client = clientOf(store);
+};
+
+TEST_F(CancelEvent, RemovesTheEvent) {
+    EXPECT_EQ(client.cancelEvent({"E", std::nullopt}), (CancelEventResponse{"E", true}));
+    EXPECT_EQ(store.calls, (Strings{"event(E)", "remove(E)"}));
+    EXPECT_EQ(failure("E"), "EVENT_NOT_FOUND: E");
+}
+
+TEST_F(CancelEvent, DoesTheSameWhateverTheReason) {
+    for (const std::string& reason : {std::string(), std::string(100'000, 'x')}) {
+        store.add(eventNamed("again", calendarNamed("C")));
+        store.calls.clear();
+        EXPECT_EQ(client.cancelEvent({"again", reason}), (CancelEventResponse{"again", true}));
+        EXPECT_EQ(store.calls, (Strings{"event(again)", "remove(again)"}));
+    }
+}
+
+TEST_F(CancelEvent, ReportsAnUnknownEvent) {
+    EXPECT_EQ(failure("un known"), "EVENT_NOT_FOUND: un known");
+}
+
+TEST_F(CancelEvent, RefusesAReadOnlyCalendarBeforeAnythingIsRemoved) {
+    EXPECT_EQ(failure("R1"), "READ_ONLY_CALENDAR: Event 'R1' belongs to a read-only calendar.");
+    EXPECT_EQ(store.calls, Strings{"event(R1)"});
+}
+
+TEST_F(CancelEvent, TakesAnEventWithoutACalendarForReadOnly) {
+    platform::Event stray = eventNamed("stray", calendarNamed("C"));
+    stray.calendar = nullptr;
+    store.add(stray);
+    EXPECT_EQ(
+        failure("stray"), "READ_ONLY_CALENDAR: Event 'stray' belongs to a read-only calendar.");
+}
+
+TEST_F(CancelEvent, ReportsARefusedRemoval) {
+    store.refusesRemovals = true;
+    EXPECT_EQ(failure("E"), "EVENT_STORE_REMOVE_FAILED: EventKit remove failed");
+}
+
+// A store that finds events by other spellings of their identifiers, too.
+class LenientStore final : public ForwardingStore {
+  public:
+    using ForwardingStore::ForwardingStore;
+    std::optional<platform::Event> event(std::string_view) override {
+        return ForwardingStore::event("E");
+    }
+};
+
+TEST_F(CancelEvent, AnswersWithTheIdentifierAsReceived) {
+    LenientStore lenient(store);
+    EXPECT_EQ(clientOf(lenient).cancelEvent({"e", std::nullopt}).id, "e");
+}
+
+} // namespace
+} // namespace quenbrook::tests
