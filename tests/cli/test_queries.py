@@ -1,0 +1,94 @@
+"""Ranges, calendars and identifiers in requests that read."""
+
+import unittest
+
+from quenbrook import QuenbrookTest, event
+
+
+class Queries(QuenbrookTest):
+    def setUp(self):
+        super().setUp()
+        self.put("work", "a.ics", [event("DTSTART:20260105T100000Z", "DTEND:20260105T110000Z",
+                                         "SUMMARY:Work", "ATTENDEE;CN=Zoe:mailto:z@example.com",
+                                         uid="w")])
+        self.put("acc/home", "b.ics", [event("DTSTART:20260105T120000Z", "SUMMARY:Home", uid="h")])
+        self.calendar("empty")
+
+    def test_widens_to_every_calendar_when_no_identifier_is_known(self):
+        both = self.year()
+        self.assertEqual(self.titles(both), ["Work", "Home"])
+        for identifiers in ([], None, ["unknown"], ["unknown", "Work", "work/", ""]):
+            with self.subTest(calendarIds=identifiers):
+                self.assertEqual(self.year(calendarIds=identifiers), both)
+
+    def test_searches_the_known_calendars_only(self):
+        cases = [(["work"], ["Work"]), (["acc/home"], ["Home"]), (["empty"], []),
+                 (["unknown", "work"], ["Work"]), (["empty", "unknown"], []),
+                 (["work", "work", "work"], ["Work"]), (["acc/home", "work"], ["Work", "Home"]),
+                 (["acc"], ["Work", "Home"]), (["../calendars/work"], ["Work", "Home"])]
+        for identifiers, titles in cases:
+            with self.subTest(calendarIds=identifiers):
+                self.assertEqual(self.titles(self.year(calendarIds=identifiers)), titles)
+
+    def test_finds_nothing_in_an_empty_or_reversed_range(self):
+        request = '{"startISO":"2030-01-01T00:00:00Z","endISO":"2031-01-01T00:00:00Z"}'
+        self.assertEqual(self.run_program("list-events", request=request).out, b'{"events":[]}\n')
+        self.assertEqual(self.events("2027-01-01T00:00:00Z", "2026-01-01T00:00:00Z"), [])
+        self.assertEqual(self.events("2026-01-05T11:00:00Z", "2026-01-05T12:00:00Z"), [])
+
+    def test_finds_what_shares_time_with_the_range(self):
+        self.assertEqual(self.titles(self.events(
+            "2026-01-05T10:59:59Z", "2026-01-05T12:00:00Z")), ["Work"])
+        self.assertEqual(self.titles(self.events(
+            "2026-01-05T11:00:00Z", "2026-01-05T12:00:01Z")), ["Home"])
+        self.assertEqual(self.titles(self.events(
+            "2026-01-05T10:59:59.999Z", "2026-01-05T12:00:00.001Z")), ["Work", "Home"])
+        self.assertEqual(self.titles(self.events(
+            "2026-01-05T12:59:59+02:00", "2026-01-05T13:00:00+02:00")), ["Work"])
+
+    def test_gets_an_event_by_calendar_and_identifier(self):
+        got = self.answer("get-event", {"calendarId": "acc/home", "eventId": "acc/home:h"})
+        self.assertEqual(got["event"]["title"], "Home")
+
+    def test_tells_an_unknown_calendar_before_an_unknown_event(self):
+        cases = [
+            ("unknown", "work:w", "CALENDAR_NOT_FOUND", "unknown"),
+            ("unknown", "unknown", "CALENDAR_NOT_FOUND", "unknown"),
+            ("", "", "CALENDAR_NOT_FOUND", ""),
+            ("acc", "acc/home:h", "CALENDAR_NOT_FOUND", "acc"),
+            ("../calendars/work", "work:w", "CALENDAR_NOT_FOUND", "../calendars/work"),
+            ("WORK", "work:w", "CALENDAR_NOT_FOUND", "WORK"),
+            ("work", "unknown", "EVENT_NOT_FOUND", "unknown"),
+            ("work", "", "EVENT_NOT_FOUND", ""),
+            ("work", "w", "EVENT_NOT_FOUND", "w"),
+            ("work", "work:W", "EVENT_NOT_FOUND", "work:W"),
+            ("work", "work:", "EVENT_NOT_FOUND", "work:"),
+            ("work", "work:w ", "EVENT_NOT_FOUND", "work:w "),
+            ("work", "work:w\0", "EVENT_NOT_FOUND", "work:w\\u0000"),
+            ("work", "acc/home:h", "EVENT_NOT_FOUND", "acc/home:h"),
+            ("empty", "work:w", "EVENT_NOT_FOUND", "work:w"),
+        ]
+        for calendar, identifier, code, message in cases:
+            with self.subTest(calendar=calendar, event=identifier):
+                result = self.run_program(
+                    "get-event", request={"calendarId": calendar, "eventId": identifier})
+                expected = ('{"code":"%s","error":"%s"}\n' % (
+                    code, message.replace("/", "\\/"))).encode()
+                self.assertEqual((result.out, result.err, result.status), (b"", expected, 1))
+
+    def test_reports_attendees_with_the_identifier_as_received(self):
+        self.assertEqual(
+            self.run_program("get-attendee-status", request='{"id":"work:w"}').out,
+            b'{"attendees":[{"email":"z@example.com","name":"Zoe","status":"pending"}],'
+            b'"id":"work:w"}\n')
+        self.assertEqual(
+            self.run_program("get-attendee-status", request='{"id":"acc\\/home:h"}').out,
+            b'{"attendees":[],"id":"acc\\/home:h"}\n')
+
+    def test_reports_an_unknown_event_by_its_bare_identifier(self):
+        self.assertError(self.run_program("get-attendee-status", request={"id": "nobody"}),
+                         "EVENT_NOT_FOUND", "nobody")
+
+
+if __name__ == "__main__":
+    unittest.main()
