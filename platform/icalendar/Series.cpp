@@ -3,6 +3,7 @@
 #include "platform/icalendar/RecurrenceExpansion.h"
 
 #include <algorithm>
+#include <deque>
 #include <limits>
 
 namespace quenbrook::platform::icalendar {
@@ -22,6 +23,10 @@ constexpr sys_seconds beginning =
 constexpr sys_seconds ending =
     std::chrono::sys_days(std::chrono::year(10'001) / std::chrono::January / 1);
 
+// How far a zone's offsets can be apart: instants and lengths differ by no more from what the wall
+// clock alone would tell.
+constexpr days zoneRoom{2};
+
 // One ascending source of starts: a rule, or the list of DTSTART and the RDATEs.
 class RuleStarts {
   public:
@@ -36,14 +41,42 @@ class RuleStarts {
     }
 
     std::optional<DateTime> next() {
-        const auto time = expansion_.next();
-        if (!time)
+        if (ready_.empty())
+            makeReady();
+        if (ready_.empty())
             return std::nullopt;
-        DateTime value = start_.withTime(*time);
-        return isAfterUntil(value) ? std::nullopt : std::optional(std::move(value));
+        DateTime value = std::move(ready_.front());
+        ready_.pop_front();
+        return value;
     }
 
   private:
+    // As a rule, one start. But times that the wall clock skips mean the instants of later ones
+    // (RFC 5545 section 3.3.10), so the starts up to there must be put in order together.
+    void makeReady() {
+        std::optional<sys_seconds> reached;
+        while (const auto time = expansion_.next()) {
+            DateTime value = start_.withTime(*time);
+            const sys_seconds instant = value.instant();
+            const bool isSkipped = value.zone.wallClockAt(instant) != value.time;
+            const bool isPast = isAfterUntil(value);
+            if (isPast && !isSkipped)
+                break;
+            if (!isPast)
+                ready_.push_back(std::move(value));
+            const bool isBehindGap = !isSkipped && (!reached || instant > *reached);
+            if (isBehindGap || ready_.size() >= maximumOccurrences)
+                break;
+            if (isSkipped)
+                reached = std::max(instant, reached.value_or(instant));
+        }
+        if (ready_.size() > 1)
+            std::stable_sort(
+                ready_.begin(), ready_.end(), [](const DateTime& left, const DateTime& right) {
+                    return left.instant() < right.instant();
+                });
+    }
+
     // UNTIL is compared in the form in which it is written.
     bool isAfterUntil(const DateTime& value) const {
         if (!until_)
@@ -64,6 +97,7 @@ class RuleStarts {
     const DateTime& start_;
     RecurrenceExpansion expansion_;
     std::optional<Until> until_;
+    std::deque<DateTime> ready_;
 };
 
 struct Candidate {
@@ -89,9 +123,8 @@ class RecurrenceSet {
             });
         while (nextListed_ < listed_.size() && listed_[nextListed_].instant < from)
             ++nextListed_;
-        // A day of room, so that no difference of zones leaves something out.
-        const LocalTime first = master.start.zone.wallClockAt(from) - days(1);
-        const LocalTime last = master.start.zone.wallClockAt(until) + days(1);
+        const LocalTime first = master.start.zone.wallClockAt(from) - zoneRoom;
+        const LocalTime last = master.start.zone.wallClockAt(until) + zoneRoom;
         rules_.reserve(master.rules.size());
         for (const Recur& rule : master.rules) {
             rules_.emplace_back(master, rule);
@@ -147,8 +180,8 @@ seconds longestSpan(const EventComponent& master) {
         span = master.spanFrom(added.start, added.extent);
         longest = std::max<seconds>(longest, span.end - span.start);
     }
-    // The same nominal length may be some hours longer elsewhere in the year.
-    return longest + days(1);
+    // The same nominal length may be longer elsewhere in the year.
+    return longest + zoneRoom;
 }
 
 } // namespace

@@ -135,9 +135,10 @@ std::optional<std::string_view> FileReader::read(
     if (count < 0)
         return std::nullopt;
     const auto length = static_cast<std::size_t>(count);
+    if (length > sizeLimit)
+        return std::nullopt;
     if (length < firstRead)
-        return length <= sizeLimit ? std::optional(std::string_view(buffer_.data(), length))
-                                   : std::nullopt;
+        return std::string_view(buffer_.data(), length);
     buffer_.resize(length);
     if (!isRegular(file) || !readRest(file.get(), buffer_, sizeLimit))
         return std::nullopt;

@@ -76,7 +76,7 @@ TEST(RangeQueries, FindWhatASearchOfEverythingFinds) {
         "UTC", "America/St_Johns", "Australia/Lord_Howe", "Europe/Berlin"};
     RandomStreams streams(5545);
     std::size_t foundAltogether = 0;
-    for (std::size_t round = 0; round < 400; ++round) {
+    for (std::size_t round = 0; round < 250; ++round) {
         const support::ScopedTimeZone local(zones[round % zones.size()]);
         const std::string text = streams.next();
         const std::vector<Span> all = everything(text);
@@ -91,7 +91,7 @@ TEST(RangeQueries, FindWhatASearchOfEverythingFinds) {
             foundAltogether += found.size();
         }
     }
-    EXPECT_GT(foundAltogether, 5'000u);
+    EXPECT_GT(foundAltogether, 3'000u);
 }
 
 TEST(RangeQueries, TellTheOriginalStartOfSeriesOnly) {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace quenbrook::platform::icalendar {
@@ -171,6 +172,42 @@ TEST(Occurrences, KeepTheirWallClockTimeOverDaylightSaving) {
         {"UTC does not change", "DTSTART:20260328T090000Z\nRRULE:FREQ=DAILY;COUNT=2\n",
             {"2026-03-28T09:00:00Z/2026-03-28T09:00:00Z",
                 "2026-03-29T09:00:00Z/2026-03-29T09:00:00Z"}},
+    });
+}
+
+// Both times of a pair that the gap puts together are one occurrence (RFC 5545 section 3.3.10).
+TEST(Occurrences, InAGapComeOnceAndInOrder) {
+    const auto points = [](const std::vector<std::string>& times) {
+        std::vector<std::string> spans;
+        for (const std::string& time : times)
+            spans.push_back(time + "/" + time);
+        return spans;
+    };
+    const std::string berlin = "DTSTART;TZID=Europe/Berlin:20260329T010000\n";
+    expectSpans({
+        {"every half an hour", berlin + "RRULE:FREQ=HOURLY;BYMINUTE=0,30\n",
+            points({"2026-03-29T00:00:00Z", "2026-03-29T00:30:00Z", "2026-03-29T01:00:00Z",
+                "2026-03-29T01:30:00Z", "2026-03-29T02:00:00Z"}),
+            "2026-03-29T00:00:00Z", "2026-03-29T02:10:00Z"},
+        {"times that interleave",
+            berlin + "RRULE:FREQ=DAILY;BYHOUR=2,3;BYMINUTE=10,30;UNTIL=20260329T235959Z\n",
+            points({"2026-03-29T00:00:00Z", "2026-03-29T01:10:00Z", "2026-03-29T01:30:00Z"})},
+        {"a later one of a skipped hour that comes sooner",
+            berlin + "RRULE:FREQ=WEEKLY;BYHOUR=2,3;BYMINUTE=10,20;BYSETPOS=2,3;COUNT=3\n",
+            points({"2026-03-29T00:00:00Z", "2026-03-29T01:10:00Z", "2026-03-29T01:20:00Z"})},
+        {"that one asked for alone",
+            berlin + "RRULE:FREQ=WEEKLY;BYHOUR=2,3;BYMINUTE=10,20;BYSETPOS=2,3;COUNT=3\n",
+            points({"2026-03-29T01:10:00Z"}), "2026-03-29T01:05:00Z", "2026-03-29T01:15:00Z"},
+        {"half an hour of gap",
+            "DTSTART;TZID=Australia/Lord_Howe:20261004T013000\n"
+            "RRULE:FREQ=HOURLY;BYMINUTE=0,15,30,45\n",
+            points({"2026-10-03T15:00:00Z", "2026-10-03T15:15:00Z", "2026-10-03T15:30:00Z",
+                "2026-10-03T15:45:00Z", "2026-10-03T16:00:00Z"}),
+            "2026-10-03T00:00:00Z", "2026-10-03T16:10:00Z"},
+        // Samoa had no 30th of December in 2011.
+        {"a whole day", "DTSTART;TZID=Pacific/Apia:20111229T100000\nRRULE:FREQ=DAILY;COUNT=4\n",
+            points({"2011-12-29T20:00:00Z", "2011-12-30T20:00:00Z", "2011-12-31T20:00:00Z"}),
+            "2011-01-01T00:00:00Z", "2013-01-01T00:00:00Z"},
     });
 }
 
@@ -550,6 +587,21 @@ TEST(LargeSeries, AreCutAfter100000Occurrences) {
                   "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z")
                   .size(),
         100'000u);
+}
+
+// A zone that skips and repeats without end puts nothing in order.
+TEST(LargeSeries, InAZoneOfNothingButGapsComeToAnEnd) {
+    const std::string zone = "BEGIN:VTIMEZONE\nTZID:Own\nBEGIN:STANDARD\nDTSTART:20260101T000000\n"
+                             "RRULE:FREQ=HOURLY;INTERVAL=2\nTZOFFSETFROM:-2359\n"
+                             "TZOFFSETTO:+2359\nEND:STANDARD\nBEGIN:DAYLIGHT\n"
+                             "DTSTART:20260101T010000\nRRULE:FREQ=HOURLY;INTERVAL=2\n"
+                             "TZOFFSETFROM:+2359\nTZOFFSETTO:-2359\nEND:DAYLIGHT\nEND:VTIMEZONE\n";
+    const std::string text = stream(zone + "BEGIN:VEVENT\nUID:e\nDTSTART;TZID=Own:20260101T000000\n"
+                                           "RRULE:FREQ=SECONDLY\nEND:VEVENT\nBEGIN:VEVENT\nUID:f\n"
+                                           "DTSTART:20260105T100000Z\nEND:VEVENT\n");
+    const auto spans = spansIn(text, "2026-01-05T00:00:00Z", "2026-01-06T00:00:00Z");
+    EXPECT_GT(std::count(spans.begin(), spans.end(), mornings({"05"}).front()), 0);
+    EXPECT_LE(spans.size(), 100'001u);
 }
 
 // Rules that never match must not be searched for through all years, each of them.
