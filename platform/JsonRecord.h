@@ -70,17 +70,21 @@ inline constexpr auto fieldNames = std::apply(
     },
     recordFields<Record>);
 
-// Positions in the table, by ascending name.
 template <JsonRecord Record>
-inline constexpr auto fieldsByName = [] {
+consteval auto sortedByName() {
     std::array<std::size_t, fieldCount<Record>> order{};
     for (std::size_t i = 0; i < order.size(); ++i) {
         order[i] = i;
     }
+    constexpr auto names = fieldNames<Record>;
     std::sort(order.begin(), order.end(),
-        [](std::size_t a, std::size_t b) { return fieldNames<Record>[a] < fieldNames<Record>[b]; });
+        [&names](std::size_t a, std::size_t b) { return names[a] < names[b]; });
     return order;
-}();
+}
+
+// Positions in the table, by ascending name.
+template <JsonRecord Record>
+inline constexpr auto fieldsByName = sortedByName<Record>();
 
 } // namespace quenbrook::platform
 

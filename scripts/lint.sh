@@ -43,10 +43,17 @@ report "what the program sees must not include a store's header" "$(
 
 report "no test is skipped" "$(
     grep -rnE --include='*.h' --include='*.cpp' --include='*.mm' --include='*.py' \
-        'GTEST_SKIP|DISABLED_|skipTest|unittest\.skip|SkipTest' tests
+        'GTEST_[S]KIP|DISABLE[D]_|[s]kipTest|unittest\.[s]kip|[S]kipTest' tests
 )"
 
-shellcheck run test .ci/run scripts/*.sh tests/bench/run || failed=1
+shellcheck run test .ci/run scripts/*.sh tests/bench/run tests/eventkit/*.sh tests/fuzz/smoke \
+    tests/fuzz/long packaging/completions/quenbrook.bash || failed=1
+
+# Style is clang-tidy's affair; system headers are not looked for.
+report "cppcheck" "$(
+    cppcheck --std=c++20 --language=c++ --enable=warning,performance,portability --inline-suppr \
+        --suppress=missingIncludeSystem --quiet -I. platform src 2>&1
+)"
 
 report "clang-tidy" "$(
     find src platform -name '*.cpp' -print0 |

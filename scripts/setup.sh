@@ -92,14 +92,12 @@ build() {
     local preset=$1 folder=$root/build/$1 options=()
     shift
     if [ "$command" = ci ]; then options=(-DQUENBROOK_WERROR=ON); fi
-    # A build folder that was moved along with the tree refuses to work.
-    if [ -f "$folder/CMakeCache.txt" ] &&
-        ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$folder/CMakeCache.txt"; then
-        rm -rf "$folder"
-    fi
+    # A folder that was moved along with the tree, or set up by other presets, is configured afresh:
+    # what CMake remembers of it may no longer hold.
     if [ ! -f "$folder/build.ninja" ] || [ "$command" = ci ] ||
-        [ "$root/CMakePresets.json" -nt "$folder/build.ninja" ]; then
-        step "configuring $preset" cmake --preset "$preset" ${options[@]+"${options[@]}"}
+        [ "$root/CMakePresets.json" -nt "$folder/build.ninja" ] ||
+        ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$folder/CMakeCache.txt"; then
+        step "configuring $preset" cmake --fresh --preset "$preset" ${options[@]+"${options[@]}"}
     fi
     # What is edited from now on may have missed this build.
     step "marking the time" touch "$folder/.started"

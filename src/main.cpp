@@ -12,6 +12,8 @@ int main(int argc, char** argv) {
     }
     // A reader that went away must not end the program in the middle of its work.
     std::signal(SIGPIPE, SIG_IGN);
+    // Nor must a limit on the size of files: the write then fails, and is reported as that.
+    std::signal(SIGXFSZ, SIG_IGN);
     std::vector<std::string_view> arguments(argv, argv + argc);
     if (!arguments.empty()) {
         arguments.erase(arguments.begin());

@@ -178,7 +178,7 @@ const EventComponent* ownerOf(const Series& series, const Occurrence& occurrence
 
 // Without its events a stream is nothing but the wrapping; what could not be read counts as
 // something.
-std::string orNothingIfEmpty(std::string text) {
+std::string orNothingIfEmpty(const std::string& text) {
     const Outline left = outlineOf(text);
     const bool empty = left.events.empty() && left.others == 0 && left.broken == 0;
     return empty ? std::string() : text;
@@ -277,7 +277,7 @@ std::optional<std::string> streamWithout(std::string_view text, const EventKey& 
         rest.removeAllBut(nullptr);
         without = rest.result();
     }
-    return orNothingIfEmpty(std::move(without));
+    return orNothingIfEmpty(without);
 }
 
 } // namespace quenbrook::platform::icalendar

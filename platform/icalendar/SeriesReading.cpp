@@ -9,7 +9,9 @@ std::unique_ptr<const Series> readSeries(
         if (auto component = readEventComponent(text, summary->range, zones))
             components.push_back(std::move(*component));
     }
-    return components.empty() ? nullptr : std::make_unique<const Series>(std::move(components));
+    if (components.empty())
+        return nullptr;
+    return std::make_unique<const Series>(std::move(components));
 }
 
 std::unique_ptr<const Series> readSeriesOf(
