@@ -254,7 +254,9 @@ std::optional<std::string> updatedStream(
             inPlace.recurrenceRules.reset();
         change.changeInPlace(*occurrence->component, *dates, inPlace, now);
     }
-    return change.result();
+    // An event that grew past what is read (by alarms without end, say) would be as good as lost.
+    std::string updated = change.result();
+    return findEvent(updated, key.uid) ? std::optional(std::move(updated)) : std::nullopt;
 }
 
 std::optional<std::string> streamWithout(std::string_view text, const EventKey& key, Instant now) {

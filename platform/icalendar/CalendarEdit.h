@@ -11,7 +11,7 @@
 // carry keeps its bytes. Nothing as an answer means that the change is refused: the event is not
 // there (any more), ends before it starts, or would hold what iCalendar cannot (a text with control
 // characters other than tab and line feed; an alarm more than 2^31 - 1 seconds away; an instant
-// outside of the years 0001 to 9999).
+// outside of the years 0001 to 9999; more than is read of one event).
 namespace quenbrook::platform::icalendar {
 
 // A new stream with one event. `now` becomes its DTSTAMP, CREATED and LAST-MODIFIED. Timed events

@@ -73,6 +73,11 @@ std::vector<FolderEntry> eventFiles(const Folder& folder) {
     return files;
 }
 
+// What is written must not be more than a reader takes.
+bool isReadable(const std::string& text) {
+    return text.size() <= FileReader::maximumSize;
+}
+
 // Any error of the file system on the way to a write refuses the write.
 template <class Write>
 auto refusedOnSystemError(Write write) -> decltype(write()) {
@@ -160,7 +165,7 @@ class VdirStore : public CalendarStore {
             const auto text = folder ? icalendar::newStream(uid, changes, now()) : std::nullopt;
             auto saved = text ? icalendar::findEvent(*text, uid) : std::nullopt;
             const auto opened = saved ? open(*folder) : std::nullopt;
-            if (!opened)
+            if (!opened || !isReadable(*text))
                 return std::nullopt;
             const std::string file = uid + std::string(eventSuffix);
             const FolderLock lock(*opened);
@@ -267,7 +272,7 @@ class VdirStore : public CalendarStore {
             const FolderLock lock(*opened);
             while (const auto current = currentFile(*opened, handle)) {
                 const auto text = makeText(current->content.text, handle.key);
-                if (!text)
+                if (!text || !isReadable(*text))
                     return false;
                 if (save(*opened, *current, *text))
                     return true;

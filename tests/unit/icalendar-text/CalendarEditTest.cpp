@@ -1004,6 +1004,12 @@ TEST(Refusals, AreOfEveryNumberThatCannotBeHeld) {
     }
 }
 
+TEST(Refusals, AreOfMoreAlarmsThanAreReadOfOneEvent) {
+    const std::string text = eventStream(hour);
+    EXPECT_TRUE(updated(text, alarming(std::vector<double>(1'000, -60.0))));
+    EXPECT_FALSE(updated(text, alarming(std::vector<double>(60'000, -60.0))));
+}
+
 TEST(Refusals, AreOfEventsThatAreNotThere) {
     EXPECT_FALSE(updatedStream("", {"e", std::nullopt}, titled("x"), now));
     EXPECT_FALSE(updatedStream(eventStream(hour), {"f", std::nullopt}, titled("x"), now));
