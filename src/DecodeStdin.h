@@ -14,7 +14,7 @@ namespace quenbrook {
 
 // What a missing request is reported as.
 template <class Request>
-inline constexpr std::string_view requestName = "";
+inline constexpr std::string_view requestName{};
 template <>
 inline constexpr std::string_view requestName<ListEventsRequest> = "ListEventsRequest";
 template <>

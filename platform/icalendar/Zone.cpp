@@ -1,11 +1,10 @@
 #include "platform/icalendar/Zone.h"
 
+#include "platform/LocalTimeZone.h"
 #include "platform/icalendar/Component.h"
 #include "platform/icalendar/VTimeZone.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
 
 namespace quenbrook::platform::icalendar {
 namespace {
@@ -47,12 +46,6 @@ bool isPlainZoneName(std::string_view name) {
     constexpr std::size_t maximumLength = 100;
     return !name.empty() && name.size() <= maximumLength && name.front() != '/' &&
            name.find_first_not_of(allowed) == std::string_view::npos;
-}
-
-std::string withoutPathToZoneData(const std::string& path) {
-    constexpr std::string_view folder = "zoneinfo/";
-    const std::size_t at = path.rfind(folder);
-    return at == std::string::npos ? path : path.substr(at + folder.size());
 }
 
 } // namespace
@@ -131,16 +124,7 @@ std::optional<OffsetTable::Change> Zone::changeUpTo(sys_seconds instant) const {
 }
 
 std::optional<std::string> localZoneName() {
-    std::string name;
-    if (const char* variable = std::getenv("TZ")) {
-        name = variable;
-        if (name.starts_with(':'))
-            name.erase(0, 1);
-    } else {
-        std::error_code error;
-        name = std::filesystem::canonical("/etc/localtime", error).string();
-    }
-    name = withoutPathToZoneData(name);
+    std::string name = localTimeZoneName();
     const std::optional<Zone> zone = Zone::system(name);
     if (!zone || name == "UTC" || name == "Etc/UTC")
         return std::nullopt;

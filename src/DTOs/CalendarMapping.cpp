@@ -16,7 +16,8 @@ constexpr std::array<std::string_view, 6> sourceTypeWords = {
 unsigned byteOf(double component) {
     // The order of the comparisons decides for what is not a number.
     const double clamped = component < 1.0 ? (component >= 0.0 ? component : 0.0) : 1.0;
-    return static_cast<unsigned>(clamped * 255.0 + 0.5);
+    const double halfUp = clamped * 255.0 + 0.5;
+    return static_cast<unsigned>(halfUp);
 }
 
 } // namespace

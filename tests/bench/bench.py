@@ -11,7 +11,7 @@ import sys
 from generate import generate, uid
 
 ROUNDS = 5
-BUILD = pathlib.Path(sys.argv[1])
+BUILD = pathlib.Path(sys.argv[1]).resolve()
 SIZES = [int(size) for size in sys.argv[2:]] or [1_000, 10_000, 100_000]
 DATA = BUILD / "data"
 PROGRAM = BUILD / "src" / "quenbrook"

@@ -5,7 +5,7 @@ import shutil
 import stat
 import unittest
 
-from quenbrook import PROGRAM, QuenbrookTest
+from quenbrook import QuenbrookTest
 
 FIRST = (b'{"calendars":[{"color":"#1BADF8","id":"local\\/calendar","name":"Calendar",'
          b'"source":"On This Computer","sourceType":"local","writable":true}]}\n')
@@ -113,20 +113,6 @@ class StoreRoot(QuenbrookTest):
             "list-events", request={"startISO": "2026-01-01T00:00:00Z",
                                     "endISO": "2027-01-01T00:00:00Z"})
         self.assertEqual((result.out, result.status), (b'{"events":[]}\n', 0))
-
-    def run_as_another_user(self, word, env=None, **options):
-        """As one whom permissions bind and whom no user database knows: root gives its rights up,
-        anybody else is bound already."""
-        if os.geteuid() != 0:
-            return self.run_program(word, env=env, **options)
-        copy = self.place / "program"
-        shutil.copy(PROGRAM, copy)
-        os.chmod(copy, 0o755)
-        for folder in (self.place, self.data, self.store.parent, self.store):
-            if folder.exists() and stat.S_IMODE(folder.stat().st_mode) != 0:
-                os.chmod(folder, 0o755)
-        return self.run_program(word, env=env, program=copy, user=54321, group=54321,
-                                extra_groups=[], **options)
 
 
 if __name__ == "__main__":

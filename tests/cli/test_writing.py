@@ -3,11 +3,10 @@
 import json
 import os
 import re
-import shutil
 import stat
 import unittest
 
-from quenbrook import PROGRAM, QuenbrookTest, calendar_text, component, event, write
+from quenbrook import QuenbrookTest, calendar_text, component, event, write
 
 SAVE_FAILED = ("EVENT_STORE_SAVE_FAILED", "EventKit save failed")
 REMOVE_FAILED = ("EVENT_STORE_REMOVE_FAILED", "EventKit remove failed")
@@ -631,24 +630,6 @@ class Writing(QuenbrookTest):
         before = path.read_bytes()
         self.update(identifier, title="New")
         self.assertEqual(held.read(), before)
-
-    def test_refuses_to_write_where_it_may_not(self):
-        if os.geteuid() == 0:
-            program = self.place / "program"
-            shutil.copy(PROGRAM, program)
-            for path in (self.place, self.data, self.store.parent, self.store):
-                os.chmod(path, 0o755)
-            options = {"program": program, "user": 54321, "group": 54321, "extra_groups": []}
-        else:
-            options = {}
-        self.put_full()
-        os.chmod(self.store / "work", 0o555)
-        self.addCleanup(os.chmod, self.store / "work", 0o755)
-        result = self.run_program("create-event", request=self.request(), **options)
-        self.assertError(result, "READ_ONLY_CALENDAR", "Calendar work is read-only.")
-        result = self.run_program("cancel-event", request={"id": "work:full"}, **options)
-        self.assertError(result, "READ_ONLY_CALENDAR",
-                         "Event 'work:full' belongs to a read-only calendar.")
 
     def unfolded(self, identifier):
         text = self.file_of(identifier).read_bytes().decode()

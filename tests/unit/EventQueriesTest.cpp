@@ -68,12 +68,31 @@ TEST_F(ListEvents, SearchesTheKnownCalendarsOnly) {
 }
 
 TEST_F(ListEvents, LooksUpEachIdentifierInTheGivenOrder) {
-    listed(Strings{"B", "A", "B"});
-    EXPECT_EQ(store.calls, (Strings{"calendar(B)", "calendar(A)", "calendar(B)", "events(B,A,B)"}));
+    listed(Strings{"B", "A", "A"});
+    EXPECT_EQ(store.calls, (Strings{"calendar(B)", "calendar(A)", "calendar(A)", "events(B,A,A)"}));
 }
 
 TEST_F(ListEvents, KeepsTheOrderOfTheStore) {
     EXPECT_EQ(listed(Strings{"A"}), (Strings{"late", "early"}));
+}
+
+TEST_F(ListEvents, LeavesOutNoEventHoweverManyThereAre) {
+    InMemoryStore crowded;
+    crowded.add(calendarNamed("A"));
+    for (int number = 0; number < 5000; ++number) {
+        crowded.add(eventNamed(std::to_string(number), calendarNamed("A")));
+    }
+    EXPECT_EQ(clientOf(crowded).listEvents(dayStart, dayEnd, std::nullopt).size(), 5000U);
+}
+
+TEST_F(ListEvents, LeavesOutNoEventForWantOfAnIdentifierOrACalendar) {
+    InMemoryStore bare;
+    platform::Event event = eventNamed("E", calendarNamed("A"));
+    event.identifier.reset();
+    event.calendar.reset();
+    bare.add(event);
+    bare.add(event);
+    EXPECT_EQ(clientOf(bare).listEvents(dayStart, dayEnd, std::nullopt).size(), 2U);
 }
 
 TEST_F(ListEvents, IsEmptyForARangeWithoutEvents) {

@@ -187,6 +187,8 @@ TEST_F(UpdateEvent, ReportsARefusedSave) {
 TEST_F(UpdateEvent, EndsTheProcessForAnAlarmBeyond64BitsAndSavesNothing) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     request.patch.alarmMinutes = {INT64_MIN};
+    // A rule that would fail comes after the alarms.
+    request.patch.recurrenceRule = RecurrenceRuleDTO{"day", 0, {}, {}};
     EXPECT_EXIT(client.updateEvent(request), testing::KilledBySignal(SIGABRT), "^$");
     EXPECT_FALSE(store.lastChanges);
 }
@@ -195,8 +197,8 @@ TEST_F(UpdateEvent, EndsTheProcessForAnAlarmBeyond64BitsAndSavesNothing) {
 class LenientStore final : public ForwardingStore {
   public:
     using ForwardingStore::ForwardingStore;
-    std::optional<platform::Event> event(std::string_view) override {
-        return ForwardingStore::event("E");
+    std::optional<platform::Event> event(std::string_view identifier) override {
+        return ForwardingStore::event(identifier == "r1" ? "R1" : "E");
     }
 };
 
@@ -204,6 +206,13 @@ TEST_F(UpdateEvent, AnswersWithTheIdentifierAsReceived) {
     LenientStore lenient(store);
     request.id = "e";
     EXPECT_EQ(clientOf(lenient).updateEvent(request).id, "e");
+}
+
+TEST_F(UpdateEvent, NamesAReadOnlyEventByTheIdentifierAsReceived) {
+    LenientStore lenient(store);
+    request.id = "r1";
+    EXPECT_EQ(failureOf([&] { clientOf(lenient).updateEvent(request); }),
+        "READ_ONLY_CALENDAR: Event 'r1' belongs to a read-only calendar.");
 }
 
 } // namespace
