@@ -109,6 +109,9 @@ class FileSafety(QuenbrookTest):
             for uid in ("x", "secret"):
                 refuse("cancel-event", {"id": f"{calendar}:{uid}"},
                        "EVENT_NOT_FOUND", f"{calendar}:{uid}")
+        # The event is there, but only a colon leads from its calendar to it.
+        for identifier in ("work-too/x", "work-too\0x", "work-too x", "work-too.x", "work-toox"):
+            refuse("cancel-event", {"id": identifier}, "EVENT_NOT_FOUND", identifier)
         self.assertEqual(self.titles(self.year(calendarIds=list(calendars))), [""])
         self.assertEqual(state_of(self.place), before)
 
