@@ -9,12 +9,31 @@ import subprocess
 import tempfile
 import unittest
 
+from jsonschema import Draft202012Validator, RefResolver
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PROGRAM = pathlib.Path(
     os.environ.get("QUENBROOK_PROGRAM", ROOT / "build" / "release" / "src" / "quenbrook"))
 
 # Far more than any run needs, the slowest sanitizer included: a hang is to fail, not to wait.
 PATIENCE = 120
+
+
+SCHEMAS = {path.name: json.loads(path.read_text())
+           for path in (ROOT / "docs" / "schemas").glob("*.json")}
+
+# A validator takes its time: of a longer list it sees the beginning.
+VALIDATED = 1000
+
+
+def validate(name, document):
+    """A document of the program against its schema."""
+    for key, value in document.items():
+        if isinstance(value, list):
+            document = {**document, key: value[:VALIDATED]}
+    schema = SCHEMAS[name]
+    Draft202012Validator(
+        schema, resolver=RefResolver("", schema, store=SCHEMAS)).validate(document)
 
 
 class Result:
@@ -92,16 +111,25 @@ class QuenbrookTest(unittest.TestCase):
             options["input"] = request
         options.setdefault("stdout", subprocess.PIPE)
         options.setdefault("stderr", subprocess.PIPE)
-        return Result(subprocess.run(
-            [options.pop("program", PROGRAM), *arguments], env=self.environment(**(env or {})),
+        program = pathlib.Path(options.pop("program", PROGRAM))
+        result = Result(subprocess.run(
+            [program, *arguments], env=self.environment(**(env or {})),
             timeout=PATIENCE, check=False, **options))
+        # A test may put another program in its place, which speaks as it likes.
+        if program.name != PROGRAM.name:
+            return result
+        if result.out:
+            validate(f"{arguments[0]}.answer.json", json.loads(result.out))
+        if result.err:
+            validate("error.json", json.loads(result.err))
+        return result
 
     def run_as_another_user(self, word, env=None, **options):
         """As one whom permissions bind and whom no user database knows: root gives its rights up,
         anybody else is bound already."""
         if os.geteuid() != 0:
             return self.run_program(word, env=env, **options)
-        copy = self.place / "program"
+        copy = self.place / PROGRAM.name
         shutil.copy(PROGRAM, copy)
         os.chmod(copy, 0o755)
         for folder in (self.place, self.data, self.store.parent, self.store):
