@@ -1,8 +1,7 @@
 #include "platform/icalendar/CalendarEdit.h"
 
-#include "platform/icalendar/EventMapping.h"
+#include "platform/icalendar/CalendarStream.h"
 #include "platform/icalendar/EventWriting.h"
-#include "platform/icalendar/SeriesReading.h"
 #include "platform/icalendar/VTimeZone.h"
 
 #include <algorithm>
@@ -37,9 +36,8 @@ class StreamChange {
     StreamChange(std::string_view text, std::string_view uid)
         : text_(text)
         , lineEnd_(lineEndOf(text))
-        , outline_(outlineOf(text))
-        , zones_(Zone::local(), text, outline_.timeZones)
-        , series_(readSeriesOf(text, outline_, uid, zones_))
+        , stream_(text)
+        , series_(stream_.series(uid))
         , edit_(text) {}
 
     const Series* series() const { return series_.get(); }
@@ -111,7 +109,7 @@ class StreamChange {
         const auto& named =
             dates.start && dates.start->form == DateTime::Form::zoned ? dates.start : dates.end;
         if (!named || named->form != DateTime::Form::zoned || names(event, named->zoneIdentifier) ||
-            definesZone(text_, outline_, named->zoneIdentifier))
+            definesZone(text_, stream_.outline(), named->zoneIdentifier))
             return;
         edit_.insert((*event.component).range.begin,
             writeVTimeZone(named->zoneIdentifier, named->zone, named->instant(), lineEnd_));
@@ -145,8 +143,7 @@ class StreamChange {
 
     std::string_view text_;
     std::string_view lineEnd_;
-    Outline outline_;
-    TimeZones zones_;
+    CalendarStream stream_;
     std::unique_ptr<const Series> series_;
     TextEdit edit_;
 };
@@ -158,7 +155,7 @@ bool bringsOtherRules(const Series& series, const EventChanges& changes) {
     const EventComponent* master = series.master();
     if (!master)
         return !changes.recurrenceRules->empty();
-    if ((changes.recurrenceRules->empty() && master->recurs()))
+    if (changes.recurrenceRules->empty() && master->recurs())
         return true;
     const auto& wanted = *changes.recurrenceRules;
     return !std::equal(wanted.begin(), wanted.end(), master->rules.begin(), master->rules.end(),

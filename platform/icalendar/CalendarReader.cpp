@@ -1,7 +1,7 @@
 #include "platform/icalendar/CalendarReader.h"
 
+#include "platform/icalendar/CalendarStream.h"
 #include "platform/icalendar/EventMapping.h"
-#include "platform/icalendar/SeriesReading.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -22,6 +22,17 @@ FoundEvent found(const Series& series, const Occurrence& occurrence) {
     if (series.recurs())
         event.key.originalStart = occurrence.originalStart.instant();
     return event;
+}
+
+// What all the occurrences that one file yields may take: an event of megabytes can recur for ever.
+constexpr std::size_t maximumSize = std::size_t{256} << 20;
+constexpr std::size_t sizeOfValue = 256;
+
+// About what it takes to hand an occurrence out.
+std::size_t sizeOf(const Occurrence& occurrence, const Event& event) {
+    const TextRange& text = (*occurrence.component->component).range;
+    const std::size_t values = 1 + event.participants.size() + event.recurrenceRules.size();
+    return text.end - text.begin + values * sizeOfValue;
 }
 
 using Summaries = std::vector<const EventSummary*>;
@@ -56,29 +67,26 @@ RangeQuery::RangeQuery(Instant from, Instant until)
 
 std::vector<FoundEvent> RangeQuery::eventsIn(std::string_view text) const {
     std::vector<FoundEvent> events;
-    const Outline outline = outlineOf(text);
-    const std::vector<Summaries> groups = candidates(outline, daysAround(from_, until_));
-    if (groups.empty())
-        return events;
-    TimeZones zones(Zone::local(), text, outline.timeZones);
-    for (const Summaries& group : groups) {
-        const auto series = readSeries(text, group, zones);
+    CalendarStream stream(text);
+    std::size_t size = 0;
+    for (const Summaries& group : candidates(stream.outline(), daysAround(from_, until_))) {
+        const auto series = stream.series(group);
         if (!series)
             continue;
-        for (const Occurrence& occurrence : series->occurrencesIn(from_, until_))
+        for (const Occurrence& occurrence : series->occurrencesIn(from_, until_)) {
             events.push_back(found(*series, occurrence));
+            size += sizeOf(occurrence, events.back().event);
+            // One of each is found in any case.
+            if (size > maximumSize)
+                break;
+        }
     }
     return events;
 }
 
 std::optional<FoundEvent> findEvent(std::string_view text, std::string_view uid) {
-    const Outline outline = outlineOf(text);
-    // Most files that are asked do not have it, and must not cost more than the question.
-    if (std::none_of(outline.events.begin(), outline.events.end(),
-            [&](const EventSummary& event) { return event.uid == uid; }))
-        return std::nullopt;
-    TimeZones zones(Zone::local(), text, outline.timeZones);
-    const auto series = readSeriesOf(text, outline, uid, zones);
+    CalendarStream stream(text);
+    const auto series = stream.series(uid);
     const auto first = series ? series->firstStanding() : std::nullopt;
     return first ? std::optional(found(*series, *first)) : std::nullopt;
 }

@@ -1,6 +1,8 @@
 #include "platform/icalendar/EventComponent.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 
 namespace quenbrook::platform::icalendar {
 namespace {
@@ -8,6 +10,8 @@ namespace {
 using std::chrono::days;
 using std::chrono::seconds;
 using std::chrono::sys_seconds;
+
+constexpr std::ptrdiff_t maximumValues = 200'000;
 
 // Calls `take` with each of the values that commas separate.
 template <class Take>
@@ -48,23 +52,50 @@ std::optional<AddedDate> readAddedDate(
     return std::nullopt;
 }
 
-void readRecurrence(EventComponent& event, TimeZones& zones) {
+void readRule(EventComponent& event, const Property& property, TimeZones&) {
+    if (auto rule = parseRecur(property.value))
+        event.rules.push_back(std::move(*rule));
+}
+
+void readAdditions(EventComponent& event, const Property& property, TimeZones& zones) {
+    forEachValue(property.value, [&](std::string_view value) {
+        if (auto added = readAddedDate(property, value, zones))
+            event.additions.push_back(std::move(*added));
+    });
+}
+
+void readExclusions(EventComponent& event, const Property& property, TimeZones& zones) {
+    forEachValue(property.value, [&](std::string_view value) {
+        if (auto excluded = parseDateTimeValue(property, value, zones))
+            event.exclusions.push_back(std::move(*excluded));
+    });
+}
+
+struct RecurrenceProperty {
+    std::string_view name;
+    void (*read)(EventComponent&, const Property&, TimeZones&);
+};
+constexpr std::array<RecurrenceProperty, 3> recurrenceProperties = {{
+    {"RRULE", readRule},
+    {"RDATE", readAdditions},
+    {"EXDATE", readExclusions},
+}};
+
+// False when there is more than may be read of one event.
+bool readRecurrence(EventComponent& event, TimeZones& zones) {
+    std::ptrdiff_t values = 0;
     for (const Property& property : event.component->properties) {
-        if (equalsIgnoringCase(property.name, "RRULE")) {
-            if (auto rule = parseRecur(property.value))
-                event.rules.push_back(std::move(*rule));
-        } else if (equalsIgnoringCase(property.name, "RDATE")) {
-            forEachValue(property.value, [&](std::string_view value) {
-                if (auto added = readAddedDate(property, value, zones))
-                    event.additions.push_back(std::move(*added));
-            });
-        } else if (equalsIgnoringCase(property.name, "EXDATE")) {
-            forEachValue(property.value, [&](std::string_view value) {
-                if (auto excluded = parseDateTimeValue(property, value, zones))
-                    event.exclusions.push_back(std::move(*excluded));
-            });
-        }
+        const auto* const known =
+            std::find_if(recurrenceProperties.begin(), recurrenceProperties.end(),
+                [&](const auto& each) { return equalsIgnoringCase(each.name, property.name); });
+        if (known == recurrenceProperties.end())
+            continue;
+        values += 1 + std::count(property.value.begin(), property.value.end(), ',');
+        if (values > maximumValues)
+            return false;
+        known->read(event, property, zones);
     }
+    return true;
 }
 
 // How many days an all-day event covers, at least one.
@@ -112,8 +143,8 @@ std::optional<EventComponent> readEventComponent(
     event.extent = readExtent(*event.component, zones);
     event.recurrenceId = readDate(*event.component, "RECURRENCE-ID", zones);
     // An exception does not recur by itself, whatever it carries (RFC 5545 section 3.8.4.4).
-    if (!event.recurrenceId)
-        readRecurrence(event, zones);
+    if (!event.recurrenceId && !readRecurrence(event, zones))
+        return std::nullopt;
     return event;
 }
 

@@ -39,6 +39,7 @@ struct EventComponent {
     std::vector<AddedDate> additions;
     std::vector<DateTime> exclusions;
 
+    std::size_t listedValues() const { return rules.size() + additions.size() + exclusions.size(); }
     bool recurs() const { return !rules.empty() || !additions.empty(); }
 
     // When an occurrence that starts at `from` starts and ends. An end of DTEND is the same exact
@@ -47,7 +48,8 @@ struct EventComponent {
     TimeSpan spanFrom(const DateTime& from, const Extent& lasting) const;
 };
 
-// Nothing when the component is no event or is not properly nested.
+// Nothing when the component is no event, is not properly nested, or has more than 200,000 rules
+// and listed dates.
 std::optional<EventComponent> readEventComponent(
     std::string_view text, TextRange range, TimeZones& zones);
 

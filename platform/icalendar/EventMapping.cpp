@@ -110,8 +110,6 @@ RecurrenceRule ruleOf(const Recur& rule, const DateTime& start) {
     return mapped;
 }
 
-} // namespace
-
 std::vector<RecurrenceRule> rulesOf(const EventComponent& master) {
     std::vector<RecurrenceRule> rules;
     rules.reserve(master.rules.size());
@@ -119,6 +117,8 @@ std::vector<RecurrenceRule> rulesOf(const EventComponent& master) {
         rules.push_back(ruleOf(rule, master.start));
     return rules;
 }
+
+} // namespace
 
 Event eventOf(const Series& series, const Occurrence& occurrence) {
     const Component& component = *occurrence.component->component;

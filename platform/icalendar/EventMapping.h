@@ -9,7 +9,4 @@ namespace quenbrook::platform::icalendar {
 // Every occurrence of a series carries the rules of the series, exceptions too.
 Event eventOf(const Series& series, const Occurrence& occurrence);
 
-// The rules of a component as the store hands them out.
-std::vector<RecurrenceRule> rulesOf(const EventComponent& master);
-
 } // namespace quenbrook::platform::icalendar

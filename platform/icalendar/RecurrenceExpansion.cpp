@@ -101,6 +101,16 @@ RecurrenceExpansion::RecurrenceExpansion(const Recur& recur, LocalTime start)
 }
 
 std::optional<LocalTime> RecurrenceExpansion::next() {
+    if (!budget_)
+        return search();
+    if (budget_->isSpent())
+        return std::nullopt;
+    const std::int64_t before = work_;
+    const std::optional<LocalTime> found = search();
+    return budget_->affords(work_ - before) ? found : std::nullopt;
+}
+
+std::optional<LocalTime> RecurrenceExpansion::search() {
     if (const auto target = std::exchange(skipTarget_, std::nullopt))
         passOver(std::min(*target, end_));
     if (!startIsTaken_) {

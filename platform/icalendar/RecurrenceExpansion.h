@@ -9,6 +9,7 @@
 
 #include "platform/icalendar/RecurrenceDays.h"
 #include "platform/icalendar/RecurrenceRuleText.h"
+#include "platform/icalendar/WorkBudget.h"
 
 namespace quenbrook::platform::icalendar {
 
@@ -50,10 +51,16 @@ class RecurrenceExpansion {
     // or never, the search up to the year 9999.
     void endBefore(LocalTime time);
 
+    // From now on every step is also taken from a budget, which must outlive this; the expansion
+    // ends when it is spent.
+    void drawOn(WorkBudget& budget) { budget_ = &budget; }
+
     // The steps made since the construction or the last skipTo.
     std::int64_t work() const { return work_; }
 
   private:
+    std::optional<LocalTime> search();
+
     // The occurrences of the loaded period, by index.
     std::size_t size() const { return isPositioned_ ? positions_.size() : unpositionedSize(); }
     std::size_t unpositionedSize() const { return bases_.size() * offsets_.size(); }
@@ -110,6 +117,7 @@ class RecurrenceExpansion {
     std::vector<std::size_t> positions_;
     std::size_t cursor_ = 0;
     std::int64_t work_ = 0;
+    WorkBudget* budget_ = nullptr;
 };
 
 } // namespace quenbrook::platform::icalendar

@@ -16,6 +16,8 @@ using std::chrono::sys_seconds;
 constexpr std::size_t maximumOccurrences = 100'000;
 // Excluded or repeated starts that a query passes over, at the most.
 constexpr std::size_t maximumPassedOver = 1'000'000;
+// What a start costs beyond what its rule has spent on it.
+constexpr std::int64_t stepsForCandidate = 10;
 // Before the first instant that any event can have.
 constexpr sys_seconds beginning =
     std::chrono::sys_days(std::chrono::year(-1) / std::chrono::January / 1);
@@ -30,10 +32,12 @@ constexpr days zoneRoom{2};
 // One ascending source of starts: a rule, or the list of DTSTART and the RDATEs.
 class RuleStarts {
   public:
-    RuleStarts(const EventComponent& master, const Recur& rule)
+    RuleStarts(const EventComponent& master, const Recur& rule, WorkBudget& budget)
         : start_(master.start)
         , expansion_(rule, master.start.time)
-        , until_(rule.until) {}
+        , until_(rule.until) {
+        expansion_.drawOn(budget);
+    }
 
     void limitTo(LocalTime from, LocalTime until) {
         expansion_.skipTo(from);
@@ -109,8 +113,10 @@ struct Candidate {
 // Merges the sources of a master's recurrence set, ascending; a start may come more than once.
 class RecurrenceSet {
   public:
-    RecurrenceSet(const EventComponent& master, sys_seconds from, sys_seconds until)
-        : master_(master) {
+    RecurrenceSet(
+        const EventComponent& master, sys_seconds from, sys_seconds until, WorkBudget& budget)
+        : master_(master)
+        , budget_(budget) {
         listed_.push_back({master.start.instant(), master.start, &master.extent});
         for (const AddedDate& added : master.additions) {
             const bool ownExtent = !std::holds_alternative<std::monostate>(added.extent);
@@ -127,13 +133,15 @@ class RecurrenceSet {
         const LocalTime last = master.start.zone.wallClockAt(until) + zoneRoom;
         rules_.reserve(master.rules.size());
         for (const Recur& rule : master.rules) {
-            rules_.emplace_back(master, rule);
+            rules_.emplace_back(master, rule, budget);
             rules_.back().limitTo(first, last);
             heads_.push_back(take(rules_.back()));
         }
     }
 
     std::optional<Candidate> next() {
+        if (!budget_.affords(stepsForCandidate + std::ssize(heads_)))
+            heads_.clear();
         const auto head = std::min_element(heads_.begin(), heads_.end(),
             [](const auto& a, const auto& b) { return a && (!b || a->instant < b->instant); });
         const bool ruleFirst =
@@ -155,6 +163,7 @@ class RecurrenceSet {
     }
 
     const EventComponent& master_;
+    WorkBudget& budget_;
     std::vector<Candidate> listed_;
     std::size_t nextListed_ = 0;
     std::vector<RuleStarts> rules_;
@@ -203,7 +212,8 @@ bool StartSet::contains(const DateTime& start) const {
                std::binary_search(instants_.begin(), instants_.end(), start.instant()));
 }
 
-Series::Series(std::vector<EventComponent> components) {
+Series::Series(std::vector<EventComponent> components, WorkBudget& budget)
+    : budget_(budget) {
     std::vector<DateTime> replaced;
     for (EventComponent& component : components) {
         if (component.recurrenceId)
@@ -216,7 +226,7 @@ Series::Series(std::vector<EventComponent> components) {
 void Series::visitRecurrenceSet(
     const EventComponent& master, sys_seconds from, sys_seconds until, const Visit& visit) const {
     const StartSet exclusions(master.exclusions);
-    RecurrenceSet set(master, from, until);
+    RecurrenceSet set(master, from, until, budget_);
     std::optional<sys_seconds> last;
     std::size_t passedOver = 0;
     while (const auto candidate = set.next()) {

@@ -2,6 +2,7 @@
 
 #include "platform/CalendarStore.h"
 #include "platform/icalendar/EventComponent.h"
+#include "platform/icalendar/WorkBudget.h"
 
 #include <chrono>
 #include <functional>
@@ -38,7 +39,9 @@ class StartSet {
 // (somebody was invited to one occurrence) stands for itself.
 class Series {
   public:
-    explicit Series(std::vector<EventComponent> components);
+    // `budget` must outlive this. What is asked after it is spent finds no occurrence but DTSTART
+    // and listed dates.
+    Series(std::vector<EventComponent> components, WorkBudget& budget);
     // Occurrences point into the components.
     Series(const Series&) = delete;
     Series& operator=(const Series&) = delete;
@@ -78,6 +81,7 @@ class Series {
     std::vector<EventComponent> masters_;
     std::vector<EventComponent> exceptions_;
     StartSet replaced_;
+    WorkBudget& budget_;
 };
 
 } // namespace quenbrook::platform::icalendar

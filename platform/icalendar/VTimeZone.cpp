@@ -16,6 +16,8 @@ using std::chrono::sys_seconds;
 
 constexpr std::size_t maximumChanges = 2'500;
 constexpr std::size_t maximumChangesOfZone = 10'000;
+// For the rules of one zone; those of the real ones need some 10,000.
+constexpr std::int64_t maximumSteps = 1'000'000;
 constexpr LocalTime horizon =
     std::chrono::local_days(std::chrono::year(2200) / std::chrono::January / 1);
 
@@ -39,8 +41,9 @@ LocalTime lastOnset(const Until& until, seconds offset) {
     return until.time;
 }
 
-void addRuleOnsets(const Recur& rule, LocalTime start, Observance& observance) {
+void addRuleOnsets(const Recur& rule, LocalTime start, Observance& observance, WorkBudget& budget) {
     RecurrenceExpansion expansion(rule, start);
+    expansion.drawOn(budget);
     expansion.endBefore(horizon);
     while (const auto onset = expansion.next()) {
         if (observance.onsets.size() >= maximumChanges)
@@ -60,7 +63,7 @@ void addListedOnsets(std::string_view values, Observance& observance) {
     }
 }
 
-std::optional<Observance> readObservance(const Component& component) {
+std::optional<Observance> readObservance(const Component& component, WorkBudget& budget) {
     const Property* start = component.first("DTSTART");
     const Property* from = component.first("TZOFFSETFROM");
     const Property* to = component.first("TZOFFSETTO");
@@ -75,7 +78,7 @@ std::optional<Observance> readObservance(const Component& component) {
             addListedOnsets(property.value, observance);
         else if (equalsIgnoringCase(property.name, "RRULE"))
             if (const auto rule = parseRecur(property.value))
-                addRuleOnsets(*rule, *onset, observance);
+                addRuleOnsets(*rule, *onset, observance, budget);
     }
     return observance;
 }
@@ -206,11 +209,12 @@ std::vector<OffsetTable::Change> everySecond(std::span<const OffsetTable::Change
 } // namespace
 
 std::optional<Zone> readVTimeZone(const Component& component) {
+    WorkBudget budget(maximumSteps);
     auto table = std::make_shared<OffsetTable>();
     for (const Component& child : component.components) {
         if (table->changes.size() >= maximumChangesOfZone)
             break;
-        const auto observance = readObservance(child);
+        const auto observance = readObservance(child, budget);
         if (!observance)
             continue;
         for (const LocalTime onset : observance->onsets)

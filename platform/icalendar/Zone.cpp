@@ -39,6 +39,9 @@ LocalTime lastWallClockBefore(const OffsetTable::Change& change) {
     return LocalTime((change.at + std::max(change.before, change.after)).time_since_epoch());
 }
 
+// More zones of their own than there are on earth, files have none.
+constexpr std::size_t maximumDefinitions = 1'000;
+
 bool isPlainZoneName(std::string_view name) {
     constexpr std::string_view allowed =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_+-/";
@@ -95,25 +98,19 @@ seconds Zone::offsetAt(sys_seconds instant) const {
 }
 
 std::optional<OffsetTable::Change> Zone::changeAfter(sys_seconds instant) const {
-    const auto* zone = std::get_if<absl::TimeZone>(&rules_);
-    absl::TimeZone::CivilTransition transition;
-    // Transitions that only rename the zone are passed over.
-    while (zone && zone->NextTransition(absolute(instant), &transition)) {
-        const sys_seconds at(seconds(absl::ToUnixSeconds(zone->At(transition.to).trans)));
-        const OffsetTable::Change change{at, offsetAt(at - seconds(1)), offsetAt(at)};
-        if (change.before != change.after)
-            return change;
-        instant = at;
-    }
-    return std::nullopt;
+    return firstChange(instant, &absl::TimeZone::NextTransition);
 }
 
 std::optional<OffsetTable::Change> Zone::changeUpTo(sys_seconds instant) const {
+    // PrevTransition looks strictly before its argument.
+    return firstChange(instant + seconds(1), &absl::TimeZone::PrevTransition);
+}
+
+std::optional<OffsetTable::Change> Zone::firstChange(sys_seconds instant, Step step) const {
     const auto* zone = std::get_if<absl::TimeZone>(&rules_);
     absl::TimeZone::CivilTransition transition;
-    // PrevTransition looks strictly before its argument.
-    instant += seconds(1);
-    while (zone && zone->PrevTransition(absolute(instant), &transition)) {
+    // Transitions that only rename the zone are passed over.
+    while (zone && (zone->*step)(absolute(instant), &transition)) {
         const sys_seconds at(seconds(absl::ToUnixSeconds(zone->At(transition.to).trans)));
         const OffsetTable::Change change{at, offsetAt(at - seconds(1)), offsetAt(at)};
         if (change.before != change.after)
@@ -160,9 +157,10 @@ std::optional<Zone> TimeZones::defined(const std::string& identifier) {
     if (!definitionsAreNamed_)
         nameDefinitions();
     const auto found = definitionsByName_.find(identifier);
-    const auto component = found == definitionsByName_.end()
-                               ? std::nullopt
-                               : ParsedComponent::parse(text_, *found->second);
+    if (found == definitionsByName_.end() || definitionsRead_ == maximumDefinitions)
+        return std::nullopt;
+    ++definitionsRead_;
+    const auto component = ParsedComponent::parse(text_, *found->second);
     return component ? readVTimeZone(**component) : std::nullopt;
 }
 

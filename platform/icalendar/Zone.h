@@ -53,8 +53,14 @@ class Zone {
 
   private:
     using Rules = std::variant<absl::TimeZone, std::shared_ptr<const OffsetTable>>;
+    // From one transition of the system's data to another.
+    using Step = bool (absl::TimeZone::*)(absl::Time, absl::TimeZone::CivilTransition*) const;
+
     explicit Zone(Rules rules)
         : rules_(std::move(rules)) {}
+
+    std::optional<OffsetTable::Change> firstChange(
+        std::chrono::sys_seconds instant, Step step) const;
 
     Rules rules_;
 };
@@ -73,7 +79,7 @@ class TimeZones {
 
     // From the system's zone data when it knows the name, else the stream's own VTIMEZONE, else
     // the system's zone whose name the identifier ends in ("/vendor/version/Europe/Berlin"), else
-    // the machine's local zone.
+    // the machine's local zone. No more than 1,000 VTIMEZONE are read.
     Zone named(const std::string& identifier);
 
   private:
@@ -86,6 +92,7 @@ class TimeZones {
     std::span<const struct TextRange> definitions_;
     bool definitionsAreNamed_ = false;
     std::map<std::string, const struct TextRange*> definitionsByName_;
+    std::size_t definitionsRead_ = 0;
     std::map<std::string, Zone> known_;
 };
 

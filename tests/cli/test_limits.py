@@ -68,6 +68,40 @@ class Limits(QuenbrookTest):
                 self.assertEqual(
                     self.events("9990-01-01T00:00:00Z", "9991-01-01T00:00:00Z"), [])
 
+    def test_lists_what_stands_beside_a_thousand_rules_that_never_match(self):
+        rule = "RRULE:FREQ=DAILY;BYMONTH=2;BYMONTHDAY=30;COUNT=3"
+        self.put("work", "a.ics", [
+            *[event("DTSTART:00010101T000000Z", rule, uid=str(number)) for number in range(1_000)],
+            event("DTSTART:20250106T100000Z", "RRULE:FREQ=WEEKLY", uid="weekly"),
+            event(START, uid="plain")])
+        self.assertEqual([each["id"] for each in self.listed()], ["work:plain", "work:weekly"])
+
+    def test_lists_what_stands_beside_a_thousand_rules_of_every_second(self):
+        self.put("work", "a.ics", [
+            *[event(START, "RRULE:FREQ=SECONDLY", uid=f"{number:03}") for number in range(1_000)],
+            event(START, uid="plain")])
+        listed = {each["id"] for each in self.listed()}
+        self.assertEqual(listed, {f"work:{number:03}" for number in range(1_000)} | {"work:plain"})
+
+    def test_lists_what_stands_beside_an_event_of_100_000_rules(self):
+        self.put("work", "a.ics", [
+            event(START, *["RRULE:FREQ=SECONDLY"] * 100_000, uid="a"), event(START, uid="plain")])
+        self.assertEqual({each["id"] for each in self.listed()}, {"work:a", "work:plain"})
+
+    def test_lists_what_stands_beside_an_endless_series_of_50_megabytes(self):
+        self.put("work", "a.ics", [
+            event(START, "RRULE:FREQ=SECONDLY", "DESCRIPTION:" + "x" * 50_000_000, uid="a"),
+            event(START, uid="plain")])
+        self.assertEqual({each["id"] for each in self.listed()}, {"work:a", "work:plain"})
+
+    def test_lists_what_stands_beside_five_million_listed_dates(self):
+        dates = ",".join(["20260105T100000Z"] * 5_000_000)
+        for name in ("RDATE", "EXDATE"):
+            with self.subTest(name):
+                self.put("work", "a.ics", [
+                    event(START, f"{name}:{dates}", uid="a"), event(START, uid="plain")])
+                self.assertEqual([each["id"] for each in self.listed()], ["work:plain"])
+
     def test_survives_a_series_of_which_nothing_is_left(self):
         self.put("work", "a.ics", [event(
             START, "RRULE:FREQ=SECONDLY", "EXRULE:FREQ=SECONDLY",
@@ -136,22 +170,20 @@ class Limits(QuenbrookTest):
                     if each["id"] == "work:a"]),
                     ["2026-01-29T10:00Z", "2026-01-30T10:00Z", "2026-01-31T10:00Z"])
 
-    def test_reads_50_000_exceptions(self):
+    def put_50_000_exceptions(self):
         days = [f"{year}{month:02}{day:02}" for year in range(2026, 2175)
                 for month in range(1, 13) for day in range(1, 29)]
         self.put("work", "a.ics", [
             event(START, "RRULE:FREQ=DAILY", uid="a"),
             *[event(f"RECURRENCE-ID:{day}T100000Z", f"DTSTART:{day}T120000Z", uid="a")
               for day in days]])
+
+    def test_reads_50_000_exceptions(self):
+        self.put_50_000_exceptions()
         self.assertEqual(self.starts(self.listed()), ["2026-01-05T12:00Z"])
 
     def test_cancels_an_occurrence_beside_50_000_exceptions(self):
-        days = [f"{year}{month:02}{day:02}" for year in range(2026, 2175)
-                for month in range(1, 13) for day in range(1, 29)]
-        self.put("work", "a.ics", [
-            event(START, "RRULE:FREQ=DAILY", uid="a"),
-            *[event(f"RECURRENCE-ID:{day}T100000Z", f"DTSTART:{day}T120000Z", uid="a")
-              for day in days]])
+        self.put_50_000_exceptions()
         self.assertEqual(self.answer("cancel-event", {"id": "work:a"}),
                          {"id": "work:a", "cancelled": True})
 

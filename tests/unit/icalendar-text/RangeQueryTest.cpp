@@ -1,7 +1,6 @@
 #include "platform/icalendar/CalendarReader.h"
 
-#include "platform/icalendar/Outline.h"
-#include "platform/icalendar/SeriesReading.h"
+#include "platform/icalendar/CalendarStream.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/unit/icalendar-text/CalendarText.h"
 #include "tests/unit/icalendar-text/RandomStreams.h"
@@ -10,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <set>
 
 namespace quenbrook::platform::icalendar {
@@ -38,14 +38,13 @@ struct Span {
     TimeSpan time;
 };
 std::vector<Span> everything(std::string_view text) {
-    const Outline outline = outlineOf(text);
+    CalendarStream stream(text);
     std::set<std::string> uids;
-    for (const EventSummary& event : outline.events)
+    for (const EventSummary& event : stream.outline().events)
         uids.insert(event.uid);
-    TimeZones zones(Zone::local(), text, outline.timeZones);
     std::vector<Span> spans;
     for (const std::string& uid : uids) {
-        const auto series = readSeriesOf(text, outline, uid, zones);
+        const auto series = stream.series(uid);
         if (!series)
             continue;
         for (const Occurrence& each :
@@ -108,6 +107,53 @@ TEST(RangeQueries, TellTheOriginalStartOfSeriesOnly) {
     EXPECT_EQ(found[1].key.originalStart, at("2026-01-05T11:00:00Z"));
     EXPECT_EQ(found[2].key.originalStart, at("2026-01-06T11:00:00Z"));
     EXPECT_EQ(found[2].event.start, at("2026-01-07T11:00:00Z"));
+}
+
+std::map<std::string, std::size_t> countsByUid(
+    std::string_view text, std::string_view from, std::string_view until) {
+    std::map<std::string, std::size_t> counts;
+    for (const FoundEvent& each : RangeQuery(at(from), at(until)).eventsIn(text))
+        ++counts[each.key.uid];
+    return counts;
+}
+
+TEST(RangeQueries, FindOneOfEachWhenAFileYieldsTooMuch) {
+    const std::string daily = "DTSTART:20260105T100000Z\nRRULE:FREQ=DAILY\n";
+    const std::string text =
+        stream("BEGIN:VEVENT\nUID:large\n" + daily +
+               "DESCRIPTION:" + std::string(std::size_t{16} << 20, 'x') +
+               "\nEND:VEVENT\nBEGIN:VEVENT\nUID:small\n" + daily +
+               "END:VEVENT\nBEGIN:VEVENT\nUID:plain\nDTSTART:20260105T100000Z\nEND:VEVENT\n");
+    EXPECT_EQ(countsByUid(text, "2026-01-05T00:00:00Z", "2026-01-15T00:00:00Z"),
+        (std::map<std::string, std::size_t>{{"large", 10}, {"small", 10}, {"plain", 1}}));
+    EXPECT_EQ(countsByUid(text, "2026-01-05T00:00:00Z", "2026-12-31T00:00:00Z"),
+        (std::map<std::string, std::size_t>{{"large", 16}, {"small", 1}, {"plain", 1}}));
+}
+
+std::string listed(std::size_t count) {
+    std::string dates = "20260105T100000Z";
+    for (std::size_t number = 1; number < count; ++number)
+        dates += ",20260105T100000Z";
+    return dates;
+}
+
+TEST(RangeQueries, PassOverASeriesOfTooManyValues) {
+    const std::string start = "DTSTART:20260105T100000Z\n";
+    const auto isFound = [&](const std::string& lines) {
+        const std::string text =
+            stream(lines + "BEGIN:VEVENT\nUID:good\n" + start + "END:VEVENT\n");
+        const auto counts = countsByUid(text, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z");
+        EXPECT_EQ(counts.count("good"), 1u);
+        return counts.count("many") == 1;
+    };
+    const auto many = [&](const std::string& properties) {
+        return "BEGIN:VEVENT\nUID:many\n" + start + properties + "END:VEVENT\n";
+    };
+    EXPECT_TRUE(isFound(many("RDATE:" + listed(199'999) + "\n")));
+    EXPECT_FALSE(isFound(many("RDATE:" + listed(200'000) + "\n")));
+    EXPECT_FALSE(isFound(many("EXDATE:" + listed(200'000) + "\n")));
+    EXPECT_FALSE(
+        isFound(many("RDATE:" + listed(150'000) + "\n") + many("RDATE:" + listed(150'000) + "\n")));
 }
 
 TEST(FindingEvents, GoesByTheWholeUid) {

@@ -1,6 +1,6 @@
 #include "platform/icalendar/Series.h"
 
-#include "platform/icalendar/SeriesReading.h"
+#include "platform/icalendar/CalendarStream.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/unit/icalendar-text/CalendarText.h"
 
@@ -425,16 +425,14 @@ class SeriesOf {
   public:
     explicit SeriesOf(const std::string& lines)
         : text_(stream(lines))
-        , outline_(outlineOf(text_))
-        , zones_(Zone::local(), text_, outline_.timeZones)
-        , series_(readSeriesOf(text_, outline_, "s", zones_)) {}
+        , stream_(text_)
+        , series_(stream_.series("s")) {}
 
     const Series* operator->() const { return series_.get(); }
 
   private:
     std::string text_;
-    Outline outline_;
-    TimeZones zones_;
+    CalendarStream stream_;
     std::unique_ptr<const Series> series_;
 };
 

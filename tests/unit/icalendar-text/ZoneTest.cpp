@@ -274,11 +274,14 @@ TEST(NamesOfZones, AreFoundAmongManyDefinitions) {
     const std::string text = test::stream(lines);
     const Outline outline = outlineOf(text);
     TimeZones zones(*Zone::system("Australia/Lord_Howe"), text, outline.timeZones);
-    for (int i = 0; i < 5'000; ++i) {
+    for (int i = 4'000; i < 5'000; ++i) {
         const std::string number = std::to_string(i);
         expectSameClock(zones.named("Own" + number), "Asia/Tokyo", number);
         expectSameClock(zones.named("Other" + number), "Australia/Lord_Howe", number);
     }
+    // No more than these thousand are read, but those are not forgotten.
+    expectSameClock(zones.named("Own0"), "Australia/Lord_Howe", "one too many");
+    expectSameClock(zones.named("Own4000"), "Asia/Tokyo", "known");
 }
 
 struct LocalNameCase {

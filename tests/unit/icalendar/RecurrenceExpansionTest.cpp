@@ -156,6 +156,31 @@ TEST(RecurrenceExpansion, AHostileSkipEndsAtTheWorkLimit) {
     EXPECT_LE(expansion.work(), RecurrenceExpansion::workLimit + stepsOfAPeriod);
 }
 
+TEST(RecurrenceExpansion, EndsWhenItsBudgetIsSpent) {
+    WorkBudget budget(1'000);
+    auto endless = expansionOf("FREQ=SECONDLY", "2024-01-01 09:00:00");
+    endless.drawOn(budget);
+    int found = 0;
+    while (endless.next())
+        ++found;
+    EXPECT_TRUE(budget.isSpent());
+    EXPECT_GT(found, 400);
+    EXPECT_LT(found, 1'000);
+
+    auto next = expansionOf("FREQ=DAILY", "2024-01-01 09:00:00");
+    next.drawOn(budget);
+    EXPECT_EQ(nextOf(next), "none");
+}
+
+TEST(RecurrenceExpansion, DrawsOnItsBudgetForWhatItDoesNotFind) {
+    WorkBudget budget(RecurrenceExpansion::workLimit);
+    auto hostile = expansionOf("FREQ=DAILY;BYMONTH=2;BYMONTHDAY=30;COUNT=2", "0001-01-01 00:00:00");
+    hostile.drawOn(budget);
+    hostile.skipTo(at("9999-01-01 00:00:00"));
+    EXPECT_EQ(nextOf(hostile), "none");
+    EXPECT_FALSE(budget.affords(RecurrenceExpansion::workLimit / 2));
+}
+
 TEST(RecurrenceExpansion, AnEndSparesTheSearchForWhatNeverComes) {
     for (const char* const rule : {"FREQ=YEARLY;BYMONTH=2;BYMONTHDAY=30",
              "FREQ=SECONDLY;BYMONTH=2;BYMONTHDAY=30", "FREQ=DAILY;BYMONTHDAY=30;BYMONTH=2"}) {

@@ -1,0 +1,53 @@
+#include "platform/icalendar/CalendarStream.h"
+
+namespace quenbrook::platform::icalendar {
+namespace {
+
+constexpr std::size_t maximumValues = 200'000;
+// Thousands of series over many years stay well below that.
+constexpr std::int64_t stepsForFile = 100'000'000;
+// Enough for a rule that only has to be found, so that a series is not hidden by those before it.
+constexpr std::int64_t stepsForEachSeries = 1'000;
+
+} // namespace
+
+CalendarStream::CalendarStream(std::string_view text)
+    : text_(text)
+    , outline_(outlineOf(text))
+    , budget_(stepsForFile) {}
+
+std::unique_ptr<const Series> CalendarStream::series(
+    std::span<const EventSummary* const> components) {
+    std::vector<EventComponent> events;
+    std::size_t values = 0;
+    for (const EventSummary* component : components) {
+        auto event = readEventComponent(text_, component->range, zones());
+        if (!event)
+            continue;
+        values += 1 + event->listedValues();
+        if (values > maximumValues)
+            return nullptr;
+        events.push_back(std::move(*event));
+    }
+    if (events.empty())
+        return nullptr;
+    budget_.grant(stepsForEachSeries);
+    return std::make_unique<const Series>(std::move(events), budget_);
+}
+
+std::unique_ptr<const Series> CalendarStream::series(std::string_view uid) {
+    std::vector<const EventSummary*> components;
+    for (const EventSummary& event : outline_.events) {
+        if (event.uid == uid)
+            components.push_back(&event);
+    }
+    return series(components);
+}
+
+TimeZones& CalendarStream::zones() {
+    if (!zones_)
+        zones_.emplace(Zone::local(), text_, outline_.timeZones);
+    return *zones_;
+}
+
+} // namespace quenbrook::platform::icalendar

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/icalendar/Outline.h"
+#include "platform/icalendar/Series.h"
+#include "platform/icalendar/WorkBudget.h"
+#include "platform/icalendar/Zone.h"
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace quenbrook::platform::icalendar {
+
+// The text of one calendar file (an iCalendar stream, RFC 5545 section 3.4) while it is read: where
+// its components stand, the zones that they can name, and what it may still cost. Series and what
+// comes out of them must not outlive it.
+class CalendarStream {
+  public:
+    // `text` must outlive this.
+    explicit CalendarStream(std::string_view text);
+    CalendarStream(const CalendarStream&) = delete;
+    CalendarStream& operator=(const CalendarStream&) = delete;
+
+    const Outline& outline() const { return outline_; }
+
+    // The components of one UID as a series; null when none of them is an event, or when they are,
+    // with their rules and listed dates, more than 200,000.
+    std::unique_ptr<const Series> series(std::span<const EventSummary* const> components);
+    std::unique_ptr<const Series> series(std::string_view uid);
+
+  private:
+    // Most files are asked for nothing that has to do with zones.
+    TimeZones& zones();
+
+    std::string_view text_;
+    Outline outline_;
+    // All series draw on it.
+    WorkBudget budget_;
+    std::optional<TimeZones> zones_;
+};
+
+} // namespace quenbrook::platform::icalendar
