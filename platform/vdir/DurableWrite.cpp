@@ -24,8 +24,7 @@ void syncToDisk(int descriptor) {
     checked("fsync", [&] { return ::fsync(descriptor); });
 }
 
-// A rename is safe only once the folder is; when that fails the answer is a failure, although the
-// file may have changed: it is whole in any case.
+// A new, other or missing name is safe only once the folder is.
 void syncFolder(const Folder& folder) {
     syncToDisk(folder.descriptor());
 }
@@ -41,10 +40,10 @@ bool isStill(const Folder& folder, const std::string& name, const FileIdentity& 
     return FileIdentity(status) == expected;
 }
 
-// The temporary file, gone again unless it was renamed.
-class TemporaryFile {
+// A file on its way into the folder, gone again unless it is kept.
+class UnfinishedFile {
   public:
-    explicit TemporaryFile(const Folder& folder)
+    explicit UnfinishedFile(const Folder& folder)
         : folder_(folder)
         , file_(openNew()) {
         if (!file_.isOpen() && errno == EEXIST) {
@@ -54,11 +53,11 @@ class TemporaryFile {
         if (!file_.isOpen())
             throwSystemError("openat");
     }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    ~TemporaryFile() {
-        if (!renamed_)
-            ::unlinkat(folder_.descriptor(), temporaryName, 0);
+    UnfinishedFile(const UnfinishedFile&) = delete;
+    UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+    ~UnfinishedFile() {
+        if (!kept_)
+            ::unlinkat(folder_.descriptor(), name_.c_str(), 0);
     }
 
     void write(std::string_view text) {
@@ -81,7 +80,7 @@ class TemporaryFile {
 
     void renameToNew(const std::string& name) {
         renameWithoutReplacing(name);
-        renamed_ = true;
+        name_ = name;
     }
 
     void renameOver(const std::string& name) {
@@ -89,8 +88,10 @@ class TemporaryFile {
             return ::renameat(
                 folder_.descriptor(), temporaryName, folder_.descriptor(), name.c_str());
         });
-        renamed_ = true;
+        name_ = name;
     }
+
+    void keep() { kept_ = true; }
 
   private:
     int openNew() const {
@@ -116,34 +117,39 @@ class TemporaryFile {
             throwSystemError("renameat2");
         // File systems that cannot do that can make a second link, which never replaces either.
         checked("linkat", [&] { return ::linkat(folder, temporaryName, folder, name.c_str(), 0); });
-        checked("unlinkat", [&] { return ::unlinkat(folder, temporaryName, 0); });
+        // The first one stays if it must: the next write clears it away.
+        ::unlinkat(folder, temporaryName, 0);
 #endif
     }
 
     const Folder& folder_;
     FileDescriptor file_;
-    bool renamed_ = false;
+    std::string name_ = temporaryName;
+    bool kept_ = false;
 };
 
 } // namespace
 
 void createDurably(const Folder& folder, const std::string& name, std::string_view text) {
-    TemporaryFile temporary(folder);
-    temporary.write(text);
-    temporary.sync();
-    temporary.renameToNew(name);
+    UnfinishedFile file(folder);
+    file.write(text);
+    file.sync();
+    file.renameToNew(name);
     syncFolder(folder);
+    file.keep();
 }
 
 bool replaceDurably(const Folder& folder, const std::string& name, std::string_view text,
     const FileIdentity& expected) {
-    TemporaryFile temporary(folder);
-    temporary.write(text);
-    temporary.adopt(expected);
-    temporary.sync();
+    UnfinishedFile file(folder);
+    file.write(text);
+    file.adopt(expected);
+    file.sync();
     if (!isStill(folder, name, expected))
         return false;
-    temporary.renameOver(name);
+    file.renameOver(name);
+    // There is no way back: the old content is gone.
+    file.keep();
     syncFolder(folder);
     return true;
 }

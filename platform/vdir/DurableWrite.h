@@ -7,8 +7,9 @@
 
 // Writes that a kill, a full disk or a power cut at any instant leaves either undone or done, never
 // half done. Each is complete, and safe on the disk, when it returns. All throw std::system_error
-// when the system refuses; the file then is as it was (but see the source on the folder's own
-// sync). Callers hold the folder's lock.
+// when the system refuses; the file then is as it was. Only when the last step fails, the sync of
+// the folder, a replaced file stays replaced and a removed one removed. Callers hold the folder's
+// lock.
 namespace quenbrook::platform::vdir {
 
 // Makes a new file, readable to its owner only; it is an error when the name is taken.

@@ -67,6 +67,17 @@ class FirstRun(WritersTest):
                     self.assertEqual([path.name for path in self.root.parent.iterdir()],
                                      ["calendars"])
 
+    def test_where_no_rename_spares_what_is_there(self):
+        for call in self.on_files:
+            if call.name != "renameat2":
+                continue
+            for error in ("EINVAL", "ENOSYS"):
+                with self.subTest(call=call.text, error=error):
+                    result = self.broken_run(call, f"error={error}")
+                    self.assertEqual((result.status, result.err), (0, b""))
+                    self.assertEqual(json.loads(result.out), CALENDARS)
+                    self.assert_next_run_works()
+
     def test_interrupted_by_signals(self):
         for call in self.on_files:
             if call.name not in INTERRUPTIBLE:
