@@ -106,15 +106,9 @@ std::string describe(const Event& event) {
     return description.text();
 }
 
-std::string expected(const EventSeed& seed, const std::string& identifier,
-    const platform::Calendar& calendar, const StoreCapabilities& capabilities) {
+Event eventOf(const EventSeed& seed) {
     Event event;
-    event.identifier = identifier;
-    event.calendar = std::make_shared<platform::Calendar>(calendar);
     event.title = seed.title;
-    if (!event.title && !capabilities.keepsAbsentTitles) {
-        event.title = "";
-    }
     event.start = seed.start;
     event.end = seed.end;
     event.isAllDay = seed.isAllDay;
@@ -123,7 +117,22 @@ std::string expected(const EventSeed& seed, const std::string& identifier,
     event.participants = seed.participants;
     event.alarmCount = seed.alarms.size();
     event.recurrenceRules = seed.recurrenceRules;
-    event.availability = capabilities.supportsAvailability ? seed.availability : -1;
+    event.lastModified = seed.lastModified;
+    event.availability = seed.availability;
+    return event;
+}
+
+std::string expected(const EventSeed& seed, const std::string& identifier,
+    const platform::Calendar& calendar, const StoreCapabilities& capabilities) {
+    Event event = eventOf(seed);
+    event.identifier = identifier;
+    event.calendar = std::make_shared<platform::Calendar>(calendar);
+    if (!event.title && !capabilities.keepsAbsentTitles) {
+        event.title = "";
+    }
+    if (!capabilities.supportsAvailability) {
+        event.availability = -1;
+    }
     return describe(event);
 }
 

@@ -24,6 +24,9 @@ platform::EventChanges aNewEvent(std::string title = "New");
 // left out: it is the store's own.
 std::string describe(const platform::Event& event);
 
+// The event that a seed stands for, without identifier and calendar.
+platform::Event eventOf(const EventSeed& seed);
+
 // The description of the event that a seed stands for, in the given calendar.
 std::string expected(const EventSeed& seed, const std::string& identifier,
     const platform::Calendar& calendar, const StoreCapabilities& capabilities);

@@ -1,3 +1,4 @@
+#include "tests/contract/ContractSupport.h"
 #include "tests/contract/StoreHarness.h"
 #include "tests/support/InMemoryStore.h"
 
@@ -57,20 +58,9 @@ class InMemoryHarness final : public StoreHarness {
     }
 
     std::string addEvent(const std::string& calendarIdentifier, const EventSeed& seed) override {
-        Event event;
+        Event event = eventOf(seed);
         event.identifier = calendarIdentifier + "-" + seed.name;
         event.calendar = std::make_shared<Calendar>(store_.calendar(calendarIdentifier).value());
-        event.title = seed.title;
-        event.start = seed.start;
-        event.end = seed.end;
-        event.isAllDay = seed.isAllDay;
-        event.location = seed.location;
-        event.notes = seed.notes;
-        event.participants = seed.participants;
-        event.alarmCount = seed.alarms.size();
-        event.recurrenceRules = seed.recurrenceRules;
-        event.lastModified = seed.lastModified;
-        event.availability = seed.availability;
         store_.add(event);
         return *event.identifier;
     }

@@ -5,24 +5,24 @@ another one (a new event's identifier is random), but for the same one throughou
 """
 
 import json
-import os
 import pathlib
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
 import unittest
 
-from jsonschema import Draft202012Validator, RefResolver
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "cli"))
+
+from jsonschema import Draft202012Validator
+from quenbrook import PROGRAM, SCHEMAS, validate
 
 DOCS = pathlib.Path(__file__).resolve().parents[2] / "docs"
-PROGRAM = os.environ["QUENBROOK_PROGRAM"]
 PAGES = [DOCS / "protocol.md", *sorted((DOCS / "words").glob("*.md"))]
 WORDS = ["list-calendars", "list-events", "create-event", "update-event", "cancel-event",
          "get-event", "get-attendee-status"]
 UUID = re.compile(r"[0-9A-F]{8}(?:-[0-9A-F]{4}){3}-[0-9A-F]{12}")
-
-SCHEMAS = {path.name: json.loads(path.read_text()) for path in (DOCS / "schemas").glob("*.json")}
 
 
 def examples(page):
@@ -30,12 +30,6 @@ def examples(page):
     lines = page.read_text().splitlines()
     return [(line[len("    $ "):], lines[at + 1].strip())
             for at, line in enumerate(lines) if line.startswith("    $ ")]
-
-
-def validate(schema_name, value):
-    schema = SCHEMAS[schema_name]
-    resolver = RefResolver(base_uri="", referrer=schema, store=SCHEMAS)
-    Draft202012Validator(schema, resolver=resolver).validate(value)
 
 
 class Examples(unittest.TestCase):
