@@ -22,6 +22,10 @@ constexpr std::int64_t fullAccess = 3;
 constexpr std::string_view eventSuffix = ".ics";
 constexpr char identifierSeparator = ':';
 
+// How often a change is applied afresh because another program has changed the file. Some file
+// systems tell another identity each time, and the loop must end there too.
+constexpr int maximumAttempts = 100;
+
 struct VdirHandle : EventHandle {
     VdirHandle(std::string identifier, std::string name, icalendar::EventKey eventKey)
         : calendar(std::move(identifier))
@@ -259,8 +263,8 @@ class VdirStore : public CalendarStore {
         return std::nullopt;
     }
 
-    // Applies a change to the event's file as it is under the lock, afresh for as long as another
-    // program changes the file at the same time.
+    // Applies a change to the event's file as it is under the lock, afresh when another program
+    // changes the file at the same time.
     template <class Change>
     bool change(const Event& event, Change makeText) {
         const VdirHandle& handle = handleOf(event);
@@ -270,8 +274,10 @@ class VdirStore : public CalendarStore {
             if (!opened)
                 return false;
             const FolderLock lock(*opened);
-            while (const auto current = currentFile(*opened, handle)) {
-                const auto text = makeText(current->content.text, handle.key);
+            for (int attempt = 0; attempt < maximumAttempts; ++attempt) {
+                const auto current = currentFile(*opened, handle);
+                const auto text =
+                    current ? makeText(current->content.text, handle.key) : std::nullopt;
                 if (!text || !isReadable(*text))
                     return false;
                 if (save(*opened, *current, *text))

@@ -129,6 +129,20 @@ class OtherPrograms(QuenbrookTest):
                 self.assertEqual((status, err), (0, b""))
                 self.assertEqual(self.listed(), [("work:other", "Other", None)])
 
+    def test_a_file_that_never_looks_the_same_is_not_written_to(self):
+        before = self.path.read_bytes()
+        for word, request, code in (
+                ("update-event", {"id": "work:one", "patch": {"title": "Ours"}}, SAVE_FAILED),
+                ("cancel-event", {"id": "work:one"}, REMOVE_FAILED)):
+            with self.subTest(word):
+                result = self.run_program(word, request=request, env={
+                    "LD_PRELOAD": os.environ["QUENBROOK_FILE_CALLS"],
+                    "QUENBROOK_RESTLESS_INODES": "1"})
+                self.assertEqual((result.status, result.out), (1, b""))
+                self.assertIn(code.encode(), result.err)
+                self.assertEqual([path.name for path in self.path.parent.iterdir()], ["one.ics"])
+                self.assertEqual(self.path.read_bytes(), before)
+
     def test_a_writer_waits_for_the_lock_and_a_reader_does_not(self):
         before = self.path.read_bytes()
         folder = os.open(self.path.parent, os.O_RDONLY)

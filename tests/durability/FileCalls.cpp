@@ -5,6 +5,7 @@
 // QUENBROOK_PAUSE_AT=CALL      write, fsync or fstatat: before the first such call on a file, tells
 //                              the test and waits for it, through the FIFOs named
 //                              $QUENBROOK_PAUSE_FIFO.reached and $QUENBROOK_PAUSE_FIFO.go.
+// QUENBROOK_RESTLESS_INODES=1  a file tells another inode each time it is asked by name.
 
 #include <algorithm>
 #include <cstdint>
@@ -80,6 +81,10 @@ int fsync(int descriptor) {
 int fstatat(int folder, const char* name, struct stat* status, int flags) {
     static auto* const real = next<int(int, const char*, struct stat*, int)>("fstatat");
     pauseAt("fstatat");
-    return real(folder, name, status, flags);
+    const int result = real(folder, name, status, flags);
+    static ino_t asked = 0;
+    if (getenv("QUENBROOK_RESTLESS_INODES"))
+        status->st_ino += ++asked;
+    return result;
 }
 }
