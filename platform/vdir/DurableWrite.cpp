@@ -24,11 +24,6 @@ void syncToDisk(int descriptor) {
     checked("fsync", [&] { return ::fsync(descriptor); });
 }
 
-// A new, other or missing name is safe only once the folder is.
-void syncFolder(const Folder& folder) {
-    syncToDisk(folder.descriptor());
-}
-
 bool isStill(const Folder& folder, const std::string& name, const FileIdentity& expected) {
     struct stat status {};
     const int result = uninterrupted(
@@ -129,6 +124,10 @@ class UnfinishedFile {
 };
 
 } // namespace
+
+void syncFolder(const Folder& folder) {
+    syncToDisk(folder.descriptor());
+}
 
 void createDurably(const Folder& folder, const std::string& name, std::string_view text) {
     UnfinishedFile file(folder);

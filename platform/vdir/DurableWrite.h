@@ -12,6 +12,9 @@
 // lock.
 namespace quenbrook::platform::vdir {
 
+// Makes the names in a folder safe on the disk: a new, other or missing one is only then.
+void syncFolder(const Folder& folder);
+
 // Makes a new file, readable to its owner only; it is an error when the name is taken.
 void createDurably(const Folder& folder, const std::string& name, std::string_view text);
 

@@ -1,6 +1,7 @@
 #include "platform/vdir/StoreRoot.h"
 
 #include "platform/vdir/DurableWrite.h"
+#include "platform/vdir/FolderLock.h"
 #include "platform/vdir/SystemCall.h"
 
 #include <array>
@@ -40,18 +41,21 @@ Folder opened(const std::filesystem::path& path) {
     return std::move(*folder);
 }
 
-void syncFolder(const std::filesystem::path& path) {
-    const Folder folder = opened(path);
-    checked("fsync", [&] { return ::fsync(folder.descriptor()); });
+void makeFolder(const std::filesystem::path& path) {
+    checked("mkdir", [&] { return ::mkdir(path.c_str(), privateMode); });
 }
 
-// A folder under another name until it is finished; removed with all it holds if it never is.
+// A folder under another name until it is finished; removed with all it holds if it never is. What
+// a killed run has left of one goes first.
 class UnfinishedFolder {
   public:
-    explicit UnfinishedFolder(const std::filesystem::path& beside)
-        : path_(beside.string() + "-XXXXXX") {
-        if (!::mkdtemp(path_.data()))
-            throwSystemError("mkdtemp");
+    explicit UnfinishedFolder(std::filesystem::path path)
+        : path_(std::move(path)) {
+        if (::mkdir(path_.c_str(), privateMode) == 0)
+            return;
+        if (errno == EEXIST)
+            std::filesystem::remove_all(path_);
+        makeFolder(path_);
     }
     UnfinishedFolder(const UnfinishedFolder&) = delete;
     UnfinishedFolder& operator=(const UnfinishedFolder&) = delete;
@@ -61,7 +65,7 @@ class UnfinishedFolder {
             std::filesystem::remove_all(path_, ignored);
     }
 
-    std::filesystem::path path() const { return path_; }
+    const std::filesystem::path& path() const { return path_; }
 
     void finishAs(const std::filesystem::path& name) {
 #ifdef __APPLE__
@@ -81,7 +85,7 @@ class UnfinishedFolder {
     }
 
   private:
-    std::string path_;
+    std::filesystem::path path_;
 };
 
 } // namespace
@@ -101,19 +105,20 @@ void createStoreRoot(const std::filesystem::path& root) {
     for (const std::filesystem::path& part : parent) {
         made /= part;
         if (::mkdir(made.c_str(), privateMode) == 0)
-            syncFolder(made.parent_path());
+            syncFolder(opened(made.parent_path()));
         else if (errno != EEXIST)
             throwSystemError("mkdir");
     }
+    const Folder beside = opened(parent);
+    const FolderLock lock(beside);
     UnfinishedFolder unfinished(parent / (".unfinished-" + root.filename().string()));
     for (const char* folder : initialFolders)
-        checked(
-            "mkdir", [&] { return ::mkdir((unfinished.path() / folder).c_str(), privateMode); });
+        makeFolder(unfinished.path() / folder);
     for (const InitialFile& file : initialFiles)
         createDurably(opened(unfinished.path() / file.folder), file.name, file.content);
-    syncFolder(unfinished.path());
+    syncFolder(opened(unfinished.path()));
     unfinished.finishAs(root);
-    syncFolder(parent);
+    syncFolder(beside);
 }
 
 } // namespace quenbrook::platform::vdir

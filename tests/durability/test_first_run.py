@@ -51,6 +51,9 @@ class FirstRun(WritersTest):
                 result = self.broken_run(call, "signal=SIGKILL")
                 self.assertEqual(result.status, -signal.SIGKILL)
                 self.assert_next_run_works()
+                # What it had begun has been cleared away.
+                self.assertEqual([path.name for path in self.root.parent.iterdir()],
+                                 ["calendars"])
 
     def test_with_an_error_of_the_disk(self):
         for call in self.on_files:
