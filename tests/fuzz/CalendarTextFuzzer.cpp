@@ -3,6 +3,7 @@
 #include "platform/icalendar/CalendarReader.h"
 #include "platform/icalendar/Outline.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
@@ -45,6 +46,16 @@ void check(const icalendar::FoundEvent& found, Instant from, Instant until) {
     }
 }
 
+// How many there are of one occurrence: a file may say the same twice.
+std::ptrdiff_t countOf(const icalendar::FoundEvent& wanted, std::string_view text) {
+    const Instant start = wanted.event.start;
+    const auto found = icalendar::RangeQuery(start, start + std::chrono::seconds(1)).eventsIn(text);
+    return std::count_if(found.begin(), found.end(), [&](const icalendar::FoundEvent& each) {
+        return each.key.uid == wanted.key.uid && each.event.start == start &&
+               each.key.originalStart == wanted.key.originalStart;
+    });
+}
+
 void change(std::string_view text, const icalendar::FoundEvent& found) {
     EventChanges changes;
     changes.title = "changed; by\nthe fuzzer";
@@ -55,11 +66,8 @@ void change(std::string_view text, const icalendar::FoundEvent& found) {
         require(again && again->event.title == changes.title && again->event.alarmCount == 1);
         require(again->event.start == found.event.start && again->event.end == found.event.end);
     }
-    if (const auto without = icalendar::streamWithout(text, found.key, now)) {
-        const auto next = icalendar::findEvent(*without, found.key.uid);
-        require(!next || found.key.originalStart != next->key.originalStart ||
-                without->size() < text.size());
-    }
+    if (const auto without = icalendar::streamWithout(text, found.key, now))
+        require(countOf(found, *without) < countOf(found, text));
 }
 
 } // namespace
