@@ -266,7 +266,8 @@ TEST(RecurrenceSets, AreMadeOfRulesAddedAndExcludedDates) {
 TEST(RecurrenceSets, TakeTheLengthOfAPeriod) {
     expectSpans({{"periods",
                      "DTSTART:20260105T100000Z\nDTEND:20260105T103000Z\n"
-                     "RDATE;VALUE=PERIOD:20260106T100000Z/PT2H,20260107T100000Z/20260107T113000Z\n"
+                     "RDATE;VALUE=PERIOD:20260106T100000Z/PT2H,20260107T100000Z/20260107T113000Z,"
+                     "20260109T100000Z/later,later/PT1H\n"
                      "RDATE:20260108T100000Z\n",
                      {"2026-01-05T10:00:00Z/2026-01-05T10:30:00Z",
                          "2026-01-06T10:00:00Z/2026-01-06T12:00:00Z",

@@ -91,6 +91,13 @@ TEST_F(NewRoots, NeverTakeThePlaceOfWhatIsThere) {
     EXPECT_EQ(files_.names(), (Names{"empty", "file", "full", "link"}));
 }
 
+TEST_F(NewRoots, TakeThePlaceOfWhatAKilledRunHasBegun) {
+    files_.write(".unfinished-root/local/calendar/color", "#");
+    createStoreRoot(files_.path("root"));
+    expectInitialCalendar("root");
+    EXPECT_EQ(files_.names(), Names{"root"});
+}
+
 TEST_F(NewRoots, FailWhereNoFolderCanBeMade) {
     files_.write("file", "kept");
     EXPECT_THROW(createStoreRoot(files_.path("file/root")), std::system_error);
