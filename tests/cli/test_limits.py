@@ -94,6 +94,12 @@ class Limits(QuenbrookTest):
             event(START, uid="plain")])
         self.assertEqual({each["id"] for each in self.listed()}, {"work:a", "work:plain"})
 
+    def test_lists_what_stands_beside_an_endless_series_of_100_000_attendees(self):
+        self.put("work", "a.ics", [
+            event(START, "RRULE:FREQ=SECONDLY", *["ATTENDEE:"] * 100_000, uid="a"),
+            event(START, uid="plain")])
+        self.assertEqual({each["id"] for each in self.listed()}, {"work:a", "work:plain"})
+
     def test_lists_what_stands_beside_five_million_listed_dates(self):
         dates = ",".join(["20260105T100000Z"] * 5_000_000)
         for name in ("RDATE", "EXDATE"):
@@ -147,6 +153,17 @@ class Limits(QuenbrookTest):
                               component("DAYLIGHT", *lines)),
                     event("DTSTART;TZID=Z:20260105T120000", uid="a")])
                 self.assertEqual([each["id"] for each in self.listed()], ["work:a"])
+
+    def test_survives_zones_of_10_000_changes_that_never_come(self):
+        change = component("STANDARD", "DTSTART:19700101T000000", "TZOFFSETFROM:+0000",
+                           "TZOFFSETTO:+0100", "RRULE:FREQ=DAILY;BYMONTH=2;BYMONTHDAY=30")
+        self.put("work", "a.ics", [
+            *[component("VTIMEZONE", f"TZID:Z{number}", *[change] * 10_000)
+              for number in range(20)],
+            *[event(f"DTSTART;TZID=Z{number}:20260105T120000", uid=f"{number:02}")
+              for number in range(20)]])
+        self.assertEqual([each["id"] for each in self.listed()],
+                         [f"work:{number:02}" for number in range(20)])
 
     def test_survives_10_000_zones(self):
         zone = ["DTSTART:19700101T000000", "TZOFFSETFROM:+0000", "TZOFFSETTO:+0100",
