@@ -55,7 +55,7 @@ class StreamChange {
         changes.recurrenceRules.emplace();
         TextEdit copy(text_);
         ComponentEdit(text_, *master.component, copy)
-            .add(lineFor("RECURRENCE-ID", occurrence.originalStart, master));
+            .set("RECURRENCE-ID", lineFor("RECURRENCE-ID", occurrence.originalStart, master));
         apply(copy, master, dates, changes, now);
         const TextRange& range = (*master.component).range;
         edit_.insert(lastOfSeries(), onLinesOfItsOwn(copy.result(range)));

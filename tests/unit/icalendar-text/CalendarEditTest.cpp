@@ -529,6 +529,18 @@ TEST(UpdatesOfASeries, MakeAnExceptionOfAnyOccurrence) {
         EXPECT_FALSE(updatedStream(text, {"e", at(gone)}, titled("Einmal"), now)) << gone;
 }
 
+// Such a component counts as the series itself; its copy must not.
+TEST(UpdatesOfASeries, WithARecurrenceIdThatIsNoneMakeAnException) {
+    const support::ScopedTimeZone local("UTC");
+    const std::string text = eventStream(hour + "RECURRENCE-ID;X=y:2\nRRULE:FREQ=DAILY;COUNT=2\n");
+    const auto after = updated(text, titled("first"));
+    ASSERT_TRUE(after);
+    EXPECT_NE(after->find("RECURRENCE-ID:20260105T100000Z\r\n"), std::string::npos);
+    EXPECT_EQ(test::spansIn(*after, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"),
+        (std::vector<std::string>{"2026-01-05T10:00:00Z/2026-01-05T11:00:00Z",
+            "2026-01-06T10:00:00Z/2026-01-06T11:00:00Z"}));
+}
+
 TEST(UpdatesOfASeries, OfWholeDaysNameTheDay) {
     const support::ScopedTimeZone local("Australia/Lord_Howe");
     const std::string text = eventStream("DTSTART;VALUE=DATE:20260105\nRRULE:FREQ=DAILY;COUNT=2\n");
