@@ -103,8 +103,7 @@ RecurrenceExpansion::RecurrenceExpansion(const Recur& recur, LocalTime start)
 std::optional<LocalTime> RecurrenceExpansion::next() {
     if (!budget_)
         return search();
-    if (budget_->isSpent())
-        return std::nullopt;
+    limit_ = std::min(workLimit, work_ + budget_->left());
     const std::int64_t before = work_;
     const std::optional<LocalTime> found = search();
     return budget_->affords(work_ - before) ? found : std::nullopt;
@@ -119,7 +118,7 @@ std::optional<LocalTime> RecurrenceExpansion::search() {
         countDown(1);
         return start_ < end_ ? std::optional(start_) : std::nullopt;
     }
-    if (remaining_ == 0 || work_ >= workLimit)
+    if (remaining_ == 0 || work_ >= limit_)
         return std::nullopt;
     if (cursor_ == size() && !loadPeriod())
         return std::nullopt;
@@ -189,7 +188,7 @@ std::size_t RecurrenceExpansion::firstFrom(LocalTime time) const {
 }
 
 bool RecurrenceExpansion::loadPeriod() {
-    while (remaining_ != 0 && nextPeriod_ <= lastPeriod_ && work_ < workLimit) {
+    while (remaining_ != 0 && nextPeriod_ <= lastPeriod_ && work_ < limit_) {
         const std::int64_t period = nextPeriod_;
         nextPeriod_ += interval_;
         ++work_;
@@ -273,7 +272,7 @@ LocalTime RecurrenceExpansion::nextPassingDay(std::chrono::local_days day) {
     do {
         day += std::chrono::days{1};
         ++work_;
-    } while (day < end_ && work_ < workLimit && !days_.contains(day));
+    } while (day < end_ && work_ < limit_ && !days_.contains(day));
     return day;
 }
 

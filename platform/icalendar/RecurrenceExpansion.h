@@ -117,6 +117,8 @@ class RecurrenceExpansion {
     std::vector<std::size_t> positions_;
     std::size_t cursor_ = 0;
     std::int64_t work_ = 0;
+    // What work_ may reach in the search that goes on.
+    std::int64_t limit_ = workLimit;
     WorkBudget* budget_ = nullptr;
 };
 

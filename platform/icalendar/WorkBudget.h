@@ -16,9 +16,10 @@ class WorkBudget {
     // Spends, and tells whether there was enough.
     bool affords(std::int64_t steps) {
         left_ -= steps;
-        return !isSpent();
+        return left_ > 0;
     }
-    bool isSpent() const { return left_ <= 0; }
+    // Zero or less when it is spent.
+    std::int64_t left() const { return left_; }
 
     // Makes sure that so many are left.
     void grant(std::int64_t steps) { left_ = std::max(left_, steps); }
