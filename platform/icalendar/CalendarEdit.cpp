@@ -41,6 +41,10 @@ class StreamChange {
         , edit_(text) {}
 
     const Series* series() const { return series_.get(); }
+    // For certain: not because the search was given up.
+    bool nothingStands() const {
+        return series_ && !series_->firstStanding() && !stream_.isExhausted();
+    }
     std::string result() const { return edit_.result(); }
 
     void changeInPlace(const EventComponent& event, const PlannedDates& dates,
@@ -272,7 +276,7 @@ std::optional<std::string> streamWithout(std::string_view text, const EventKey& 
 
     // With its last occurrence excluded, the series goes as a whole.
     StreamChange rest(without, key.uid);
-    if (rest.series() && !rest.series()->firstStanding()) {
+    if (rest.nothingStands()) {
         rest.removeAllBut(nullptr);
         without = rest.result();
     }

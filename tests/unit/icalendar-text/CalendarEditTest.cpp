@@ -759,6 +759,17 @@ TEST(Removals, OneByOneEndASeriesWithItsFile) {
     EXPECT_EQ(text, "");
 }
 
+TEST(Removals, LeaveASeriesWhoseNextOccurrenceCostsTooMuchToFind) {
+    const support::ScopedTimeZone local("UTC");
+    std::string rules;
+    for (int i = 0; i < 50'000; ++i)
+        rules += "RRULE:FREQ=SECONDLY\n";
+    const std::string text = eventStream(hour + rules);
+    const auto after = streamWithout(text, keyOf(text), now);
+    ASSERT_TRUE(after);
+    EXPECT_EQ(outlineOf(*after).events.size(), 1u);
+}
+
 TEST(Removals, OfWhatIsGoneAreRefused) {
     const std::string text = stream(daily("EXDATE:20260105T100000Z\n"));
     EXPECT_FALSE(streamWithout(text, {"f", std::nullopt}, now));
