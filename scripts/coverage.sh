@@ -7,8 +7,8 @@ set -u
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 folder=$root/build/coverage
-programs=(quenbrook unit_tests icalendar_unit_tests expand_rule icalendar_text_unit_tests
-    vdir_unit_tests contract_in_memory contract_vdir)
+programs=(quenbrook unit_tests icalendar_unit_tests expand_rule vdir_unit_tests contract_in_memory
+    contract_vdir)
 status=0
 
 cd "$root" || exit
@@ -20,7 +20,7 @@ find "$folder" -name '*.gcda' -delete
 # the program would complain on its standard error.
 chmod -R a+rwX "$folder" || exit
 umask 0
-for tests in unit unit/icalendar unit/icalendar-text unit/vdir contract cli; do
+for tests in unit unit/icalendar unit/vdir contract cli; do
     bash scripts/ctest.sh "$folder/tests/$tests" --progress || status=1
 done
 

@@ -1,8 +1,8 @@
 #include "platform/icalendar/CalendarEdit.h"
 
 #include "platform/icalendar/CalendarStream.h"
-#include "platform/icalendar/EventWriting.h"
-#include "platform/icalendar/VTimeZone.h"
+#include "platform/icalendar/event/EventWriting.h"
+#include "platform/icalendar/time/VTimeZone.h"
 
 #include <algorithm>
 

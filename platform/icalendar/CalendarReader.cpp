@@ -1,7 +1,7 @@
 #include "platform/icalendar/CalendarReader.h"
 
 #include "platform/icalendar/CalendarStream.h"
-#include "platform/icalendar/EventMapping.h"
+#include "platform/icalendar/event/EventMapping.h"
 
 #include <algorithm>
 #include <unordered_map>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "platform/icalendar/Outline.h"
-#include "platform/icalendar/Series.h"
-#include "platform/icalendar/WorkBudget.h"
-#include "platform/icalendar/Zone.h"
+#include "platform/icalendar/event/Series.h"
+#include "platform/icalendar/recurrence/WorkBudget.h"
+#include "platform/icalendar/time/Zone.h"
 
 #include <memory>
 #include <optional>

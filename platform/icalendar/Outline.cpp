@@ -1,6 +1,6 @@
 #include "platform/icalendar/Outline.h"
 
-#include "platform/icalendar/DateTime.h"
+#include "platform/icalendar/time/DateTime.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/icalendar/Component.h"
+#include "platform/icalendar/text/Component.h"
 
 #include <chrono>
 #include <optional>

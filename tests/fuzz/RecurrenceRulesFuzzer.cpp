@@ -1,5 +1,5 @@
-#include "platform/icalendar/RecurrenceExpansion.h"
-#include "platform/icalendar/RecurrenceRuleText.h"
+#include "platform/icalendar/recurrence/RecurrenceExpansion.h"
+#include "platform/icalendar/recurrence/RecurrenceRuleText.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/icalendar/RecurrenceExpansion.h"
+#include "platform/icalendar/recurrence/RecurrenceExpansion.h"
 
 namespace quenbrook::test {
 

@@ -6,7 +6,7 @@
 #include <iostream>
 #include <string>
 
-#include "platform/icalendar/RecurrenceRuleText.h"
+#include "platform/icalendar/recurrence/RecurrenceRuleText.h"
 #include "tests/support/WallClockText.h"
 
 namespace {

@@ -1,0 +1,151 @@
+#include "platform/icalendar/event/EventComponent.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+namespace quenbrook::platform::icalendar {
+namespace {
+
+using std::chrono::days;
+using std::chrono::seconds;
+using std::chrono::sys_seconds;
+
+constexpr std::ptrdiff_t maximumValues = 200'000;
+
+// Calls `take` with each of the values that commas separate.
+template <class Take>
+void forEachValue(std::string_view values, Take take) {
+    while (!values.empty()) {
+        const std::size_t end = std::min(values.find(','), values.size());
+        take(values.substr(0, end));
+        values.remove_prefix(std::min(end + 1, values.size()));
+    }
+}
+
+std::optional<DateTime> readDate(
+    const Component& component, std::string_view name, TimeZones& zones) {
+    const Property* property = component.first(name);
+    return property ? parseDateTimeValue(*property, property->value, zones) : std::nullopt;
+}
+
+Extent readExtent(const Component& component, TimeZones& zones) {
+    if (const auto end = readDate(component, "DTEND", zones))
+        return *end;
+    if (const Property* property = component.first("DURATION"))
+        if (const auto duration = parseDuration(property->value))
+            return *duration;
+    return {};
+}
+
+std::optional<AddedDate> readAddedDate(
+    const Property& property, std::string_view value, TimeZones& zones) {
+    const std::size_t slash = value.find('/');
+    const auto start = parseDateTimeValue(property, value.substr(0, slash), zones);
+    if (!start || slash == std::string_view::npos)
+        return start ? std::optional(AddedDate{*start, {}}) : std::nullopt;
+    const std::string_view rest = value.substr(slash + 1);
+    if (const auto duration = parseDuration(rest))
+        return AddedDate{*start, *duration};
+    if (const auto end = parseDateTimeValue(property, rest, zones))
+        return AddedDate{*start, *end};
+    return std::nullopt;
+}
+
+void readRule(EventComponent& event, const Property& property, TimeZones&) {
+    if (auto rule = parseRecur(property.value))
+        event.rules.push_back(std::move(*rule));
+}
+
+void readAdditions(EventComponent& event, const Property& property, TimeZones& zones) {
+    forEachValue(property.value, [&](std::string_view value) {
+        if (auto added = readAddedDate(property, value, zones))
+            event.additions.push_back(std::move(*added));
+    });
+}
+
+void readExclusions(EventComponent& event, const Property& property, TimeZones& zones) {
+    forEachValue(property.value, [&](std::string_view value) {
+        if (auto excluded = parseDateTimeValue(property, value, zones))
+            event.exclusions.push_back(std::move(*excluded));
+    });
+}
+
+struct RecurrenceProperty {
+    std::string_view name;
+    void (*read)(EventComponent&, const Property&, TimeZones&);
+};
+constexpr std::array<RecurrenceProperty, 3> recurrenceProperties = {{
+    {"RRULE", readRule},
+    {"RDATE", readAdditions},
+    {"EXDATE", readExclusions},
+}};
+
+// False when there is more than may be read of one event.
+bool readRecurrence(EventComponent& event, TimeZones& zones) {
+    std::ptrdiff_t values = 0;
+    for (const Property& property : event.component->properties) {
+        const auto* const known =
+            std::find_if(recurrenceProperties.begin(), recurrenceProperties.end(),
+                [&](const auto& each) { return equalsIgnoringCase(each.name, property.name); });
+        if (known == recurrenceProperties.end())
+            continue;
+        values += 1 + std::count(property.value.begin(), property.value.end(), ',');
+        if (values > maximumValues)
+            return false;
+        known->read(event, property, zones);
+    }
+    return true;
+}
+
+// How many days an all-day event covers, at least one.
+days dayCount(const DateTime& start, const Extent& extent) {
+    days count{1};
+    if (const auto* end = std::get_if<DateTime>(&extent))
+        count = std::chrono::ceil<days>(end->time) - std::chrono::floor<days>(start.time);
+    else if (const auto* duration = std::get_if<Duration>(&extent))
+        count = duration->days + std::chrono::ceil<days>(duration->seconds);
+    return std::max(count, days{1});
+}
+
+sys_seconds timedEnd(const DateTime& start, const DateTime& from, const Extent& lasting) {
+    const sys_seconds begin = from.instant();
+    if (const auto* end = std::get_if<DateTime>(&lasting))
+        return begin + (end->instant() - start.instant());
+    if (const auto* duration = std::get_if<Duration>(&lasting))
+        return from.zone.instantOf(from.time + duration->days) + duration->seconds;
+    return begin;
+}
+
+} // namespace
+
+TimeSpan EventComponent::spanFrom(const DateTime& from, const Extent& lasting) const {
+    const sys_seconds begin = from.instant();
+    // An RDATE's own period measures from its own start, an event's extent from DTSTART.
+    const DateTime& measuredFrom = &lasting == &extent ? start : from;
+    const sys_seconds end =
+        from.isDate()
+            ? from.zone.instantOf(from.time + dayCount(measuredFrom, lasting) - seconds(1))
+            : timedEnd(measuredFrom, from, lasting);
+    return {begin, std::max(begin, end)};
+}
+
+std::optional<EventComponent> readEventComponent(
+    std::string_view text, TextRange range, TimeZones& zones) {
+    auto component = ParsedComponent::parse(text, range);
+    if (!component)
+        return std::nullopt;
+    const Property* uid = (*component)->first("UID");
+    const auto start = readDate(**component, "DTSTART", zones);
+    if (!uid || uid->value.empty() || !start)
+        return std::nullopt;
+    EventComponent event{std::move(*component), decodeText(uid->value), *start, {}, {}, {}, {}, {}};
+    event.extent = readExtent(*event.component, zones);
+    event.recurrenceId = readDate(*event.component, "RECURRENCE-ID", zones);
+    // An exception does not recur by itself, whatever it carries (RFC 5545 section 3.8.4.4).
+    if (!event.recurrenceId && !readRecurrence(event, zones))
+        return std::nullopt;
+    return event;
+}
+
+} // namespace quenbrook::platform::icalendar

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "platform/icalendar/text/Component.h"
+#include "platform/icalendar/time/DateTime.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace quenbrook::platform::icalendar {
+
+// How long an event lasts, as its component says it: until DTEND, for DURATION, or not at all (then
+// a date lasts one day and a time no time).
+using Extent = std::variant<std::monostate, DateTime, Duration>;
+
+// One value of RDATE; a period brings an extent of its own.
+struct AddedDate {
+    DateTime start;
+    Extent extent;
+};
+
+struct TimeSpan {
+    std::chrono::sys_seconds start;
+    std::chrono::sys_seconds end;
+};
+
+// A VEVENT with its dates and rules read. Values that cannot be read are passed over; a component
+// without UID or DTSTART is no event.
+struct EventComponent {
+    ParsedComponent component;
+    std::string uid;
+    DateTime start;
+    Extent extent;
+    // Set for an exception: the original start of the occurrence that it replaces.
+    std::optional<DateTime> recurrenceId;
+    std::vector<Recur> rules;
+    std::vector<AddedDate> additions;
+    std::vector<DateTime> exclusions;
+
+    std::size_t listedValues() const { return rules.size() + additions.size() + exclusions.size(); }
+    bool recurs() const { return !rules.empty() || !additions.empty(); }
+
+    // When an occurrence that starts at `from` starts and ends. An end of DTEND is the same exact
+    // time away for every occurrence, a DURATION the same nominal one (RFC 5545 section 3.8.5.3).
+    // A day ends one second before the next local midnight. Never ends before it starts.
+    TimeSpan spanFrom(const DateTime& from, const Extent& lasting) const;
+};
+
+// Nothing when the component is no event, is not properly nested, or has more than 200,000 rules
+// and listed dates.
+std::optional<EventComponent> readEventComponent(
+    std::string_view text, TextRange range, TimeZones& zones);
+
+} // namespace quenbrook::platform::icalendar

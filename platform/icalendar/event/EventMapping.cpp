@@ -1,0 +1,143 @@
+#include "platform/icalendar/event/EventMapping.h"
+
+#include "platform/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace quenbrook::platform::icalendar {
+namespace {
+
+struct NumberedWord {
+    std::string_view word;
+    std::int64_t number;
+};
+
+template <std::size_t Size>
+std::int64_t numberOf(
+    const std::array<NumberedWord, Size>& table, std::string_view word, std::int64_t otherwise) {
+    const auto found = std::find_if(table.begin(), table.end(),
+        [&](const NumberedWord& row) { return equalsIgnoringCase(row.word, word); });
+    return found == table.end() ? otherwise : found->number;
+}
+
+constexpr std::int64_t unknownStatus = 0;
+constexpr std::array<NumberedWord, 7> participationStatuses = {{
+    {"NEEDS-ACTION", 1},
+    {"ACCEPTED", 2},
+    {"DECLINED", 3},
+    {"TENTATIVE", 4},
+    {"DELEGATED", 5},
+    {"COMPLETED", 6},
+    {"IN-PROCESS", 7},
+}};
+
+constexpr std::int64_t busy = 0;
+constexpr std::array<NumberedWord, 4> busyStatuses = {{
+    {"BUSY", 0},
+    {"FREE", 1},
+    {"TENTATIVE", 2},
+    {"OOF", 3},
+}};
+constexpr std::array<NumberedWord, 2> transparencies = {{
+    {"OPAQUE", 0},
+    {"TRANSPARENT", 1},
+}};
+
+// Frequencies finer than daily lie outside of the platform's table.
+constexpr std::array<std::int64_t, 7> platformFrequencies = {-3, -2, -1, 0, 1, 2, 3};
+
+std::optional<std::string> textOf(const Component& component, std::string_view name) {
+    const Property* property = component.first(name);
+    return property ? std::optional(decodeText(property->value)) : std::nullopt;
+}
+
+std::vector<Participant> participantsOf(const Component& component) {
+    std::vector<Participant> participants;
+    for (const Property& property : component.properties) {
+        if (!equalsIgnoringCase(property.name, "ATTENDEE"))
+            continue;
+        const auto status = parameterValue(property, "PARTSTAT");
+        participants.push_back({repairedUTF8(property.value), parameterValue(property, "CN"),
+            numberOf(participationStatuses, status.value_or("NEEDS-ACTION"), unknownStatus)});
+    }
+    return participants;
+}
+
+std::int64_t availabilityOf(const Component& component) {
+    if (const Property* status = component.first("X-MICROSOFT-CDO-BUSYSTATUS"))
+        return numberOf(busyStatuses, status->value, busy);
+    const Property* transparency = component.first("TRANSP");
+    return transparency ? numberOf(transparencies, transparency->value, busy) : busy;
+}
+
+std::optional<Instant> lastModifiedOf(const Component& component) {
+    const Property* property = component.first("LAST-MODIFIED");
+    // Always UTC (RFC 5545 section 3.8.7.3), whether or not the "Z" was forgotten.
+    const auto time = property ? parseDateTime(property->value.substr(0, 15)) : std::nullopt;
+    return time ? std::optional<Instant>(Instant(time->time_since_epoch())) : std::nullopt;
+}
+
+// The last instant at which an occurrence may start.
+Instant endDateOf(const Until& until, const DateTime& start) {
+    const LocalTime day = std::chrono::floor<std::chrono::days>(until.time);
+    if (start.isDate())
+        return start.zone.instantOf(day);
+    if (until.form == Until::Form::date)
+        return start.zone.instantOf(day + std::chrono::days(1) - std::chrono::seconds(1));
+    const Zone zone = until.form == Until::Form::utc ? Zone::utc() : start.zone;
+    return zone.instantOf(until.time);
+}
+
+std::optional<RecurrenceEnd> endOf(const Recur& rule, const DateTime& start) {
+    if (rule.count)
+        return RecurrenceEnd::withOccurrenceCount(*rule.count);
+    if (!rule.until)
+        return std::nullopt;
+    return RecurrenceEnd::withEndDate(endDateOf(*rule.until, start));
+}
+
+RecurrenceRule ruleOf(const Recur& rule, const DateTime& start) {
+    RecurrenceRule mapped;
+    mapped.frequency = platformFrequencies.at(static_cast<std::size_t>(rule.frequency));
+    mapped.interval = rule.interval;
+    mapped.end = endOf(rule, start);
+    for (const WeekdayNumber& each : rule.byDay)
+        mapped.daysOfTheWeek.push_back(static_cast<std::int64_t>(each.day.c_encoding()) + 1);
+    mapped.daysOfTheMonth.assign(rule.byMonthDay.begin(), rule.byMonthDay.end());
+    mapped.monthsOfTheYear.assign(rule.byMonth.begin(), rule.byMonth.end());
+    return mapped;
+}
+
+std::vector<RecurrenceRule> rulesOf(const EventComponent& master) {
+    std::vector<RecurrenceRule> rules;
+    rules.reserve(master.rules.size());
+    for (const Recur& rule : master.rules)
+        rules.push_back(ruleOf(rule, master.start));
+    return rules;
+}
+
+} // namespace
+
+Event eventOf(const Series& series, const Occurrence& occurrence) {
+    const Component& component = *occurrence.component->component;
+    Event event;
+    event.title = textOf(component, "SUMMARY");
+    event.start = occurrence.span.start;
+    event.end = occurrence.span.end;
+    event.isAllDay = occurrence.component->start.isDate();
+    event.location = textOf(component, "LOCATION");
+    event.notes = textOf(component, "DESCRIPTION");
+    event.participants = participantsOf(component);
+    event.alarmCount = static_cast<std::size_t>(
+        std::count_if(component.components.begin(), component.components.end(),
+            [](const Component& child) { return equalsIgnoringCase(child.name, "VALARM"); }));
+    if (const EventComponent* master = series.master())
+        event.recurrenceRules = rulesOf(*master);
+    event.lastModified = lastModifiedOf(component);
+    event.availability = availabilityOf(component);
+    return event;
+}
+
+} // namespace quenbrook::platform::icalendar

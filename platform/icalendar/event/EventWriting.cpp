@@ -1,0 +1,209 @@
+#include "platform/icalendar/event/EventWriting.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+namespace quenbrook::platform::icalendar {
+namespace {
+
+using std::chrono::seconds;
+
+// What readers hold a duration in.
+constexpr double maximumAlarmOffset = std::numeric_limits<std::int32_t>::max();
+
+struct TextProperty {
+    std::string_view name;
+    std::optional<std::string> EventChanges::*text;
+};
+constexpr std::array<TextProperty, 3> textProperties = {{
+    {"SUMMARY", &EventChanges::title},
+    {"LOCATION", &EventChanges::location},
+    {"DESCRIPTION", &EventChanges::notes},
+}};
+
+constexpr std::array<Frequency, 4> frequencies = {
+    Frequency::daily, Frequency::weekly, Frequency::monthly, Frequency::yearly};
+
+bool isWritable(Instant date) {
+    const LocalTime time(std::chrono::floor<seconds>(date).time_since_epoch());
+    return time >= earliestTime && time <= latestTime;
+}
+
+bool isHoldable(const RecurrenceRule& rule) {
+    const auto isBetween = [](std::int64_t low, std::int64_t high) {
+        return [=](std::int64_t value) { return value >= low && value <= high && value != 0; };
+    };
+    constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
+    return rule.frequency >= 0 && rule.frequency < std::ssize(frequencies) && rule.interval >= 1 &&
+           rule.interval <= most &&
+           (!rule.end || (rule.end->endDate && isWritable(*rule.end->endDate)) ||
+               (!rule.end->endDate && rule.end->occurrenceCount >= 1 &&
+                   rule.end->occurrenceCount <= most)) &&
+           std::all_of(rule.daysOfTheWeek.begin(), rule.daysOfTheWeek.end(), isBetween(1, 7)) &&
+           std::all_of(
+               rule.daysOfTheMonth.begin(), rule.daysOfTheMonth.end(), isBetween(-31, 31)) &&
+           std::all_of(rule.monthsOfTheYear.begin(), rule.monthsOfTheYear.end(), isBetween(1, 12));
+}
+
+std::string dateLine(std::string_view name, const DateTime& value, const Property* existing,
+    const DateTime* existingValue) {
+    const bool sameKind = existing && existingValue && existingValue->form == value.form &&
+                          existingValue->zoneIdentifier == value.zoneIdentifier;
+    return sameKind ? withValue(*existing, formatDateTime(value)) : dateTimeProperty(name, value);
+}
+
+// UNTIL has the form of DTSTART, but a time with a zone has it in UTC (RFC 5545 section 3.3.10).
+Until untilOf(Instant date, const DateTime& start) {
+    const auto whole = std::chrono::floor<seconds>(date);
+    const LocalTime wall = std::clamp(start.zone.wallClockAt(whole), earliestTime, latestTime);
+    if (start.isDate())
+        return {std::chrono::floor<std::chrono::days>(wall), Until::Form::date};
+    if (start.form == DateTime::Form::floating)
+        return {wall, Until::Form::local};
+    return {LocalTime(whole.time_since_epoch()), Until::Form::utc};
+}
+
+std::int64_t sequenceOf(const Component& event) {
+    const Property* property = event.first("SEQUENCE");
+    std::int64_t sequence = 0;
+    if (property)
+        std::from_chars(
+            property->value.data(), property->value.data() + property->value.size(), sequence);
+    return std::clamp<std::int64_t>(sequence, 0, std::numeric_limits<std::int32_t>::max() - 1);
+}
+
+} // namespace
+
+bool canHold(const EventChanges& changes) {
+    const bool texts = std::all_of(
+        textProperties.begin(), textProperties.end(), [&](const TextProperty& property) {
+            const std::optional<std::string>& text = changes.*property.text;
+            return !text || canHoldText(*text);
+        });
+    const bool alarms = !changes.alarms ||
+                        std::all_of(changes.alarms->begin(), changes.alarms->end(),
+                            [](double offset) { return std::abs(offset) <= maximumAlarmOffset; });
+    const bool rules = !changes.recurrenceRules || std::all_of(changes.recurrenceRules->begin(),
+                                                       changes.recurrenceRules->end(), isHoldable);
+    return texts && alarms && rules;
+}
+
+std::optional<PlannedDates> planDates(
+    const EventComponent& event, const TimeSpan& span, const EventChanges& changes, bool all) {
+    const Instant start = changes.start.value_or(Instant(span.start));
+    const Instant end = changes.end.value_or(Instant(span.end));
+    if (end < start)
+        return std::nullopt;
+    const bool wasAllDay = event.start.isDate();
+    const bool isAllDay = changes.isAllDay.value_or(wasAllDay);
+    const bool both = all || isAllDay != wasAllDay;
+    const DateTime* explicitEnd = std::get_if<DateTime>(&event.extent);
+    const bool startChanges = both || changes.start;
+    // An end that follows from the start must be written when the start moves and the end does not.
+    const bool endChanges = both || changes.end || (changes.start && !explicitEnd);
+
+    const auto timed = [&](Instant instant, const DateTime& like) {
+        return wasAllDay ? timedValue(instant, WritingZone::local())
+                         : timedValueLike(like, instant);
+    };
+    PlannedDates planned;
+    if (startChanges)
+        planned.start = isAllDay ? firstDay(start) : timed(start, event.start);
+    planned.endGoes = !isAllDay && endChanges &&
+                      std::chrono::floor<seconds>(start) == std::chrono::floor<seconds>(end);
+    if (endChanges && !planned.endGoes)
+        planned.end = isAllDay ? dayAfterLast(start, end)
+                               : timed(end, explicitEnd ? *explicitEnd : event.start);
+    const bool held =
+        (!startChanges || planned.start) && (!endChanges || planned.endGoes || planned.end);
+    return held ? std::optional(planned) : std::nullopt;
+}
+
+void writeDates(ComponentEdit& edit, const EventComponent& event, const PlannedDates& dates) {
+    const Component& component = *event.component;
+    if (dates.start)
+        edit.set(
+            "DTSTART", dateLine("DTSTART", *dates.start, component.first("DTSTART"), &event.start));
+    if (dates.end || dates.endGoes)
+        edit.remove("DURATION");
+    if (dates.end)
+        edit.set("DTEND", dateLine("DTEND", *dates.end, component.first("DTEND"),
+                              std::get_if<DateTime>(&event.extent)));
+    else if (dates.endGoes)
+        edit.remove("DTEND");
+}
+
+void writeTexts(ComponentEdit& edit, const Component& event, const EventChanges& changes) {
+    for (const TextProperty& property : textProperties) {
+        const std::optional<std::string>& text = changes.*property.text;
+        if (!text)
+            continue;
+        const Property* existing = event.first(property.name);
+        const ContentLine line{existing ? existing->name : property.name,
+            existing ? existing->parameters : std::string_view(), {}};
+        edit.set(property.name, withValue(line, encodeText(*text)));
+    }
+}
+
+void writeAlarms(ComponentEdit& edit, const EventChanges& changes, std::string_view lineEnd) {
+    if (!changes.alarms)
+        return;
+    edit.removeComponents("VALARM");
+    std::string alarms;
+    for (const double offset : *changes.alarms) {
+        const seconds trigger(static_cast<std::int64_t>(offset));
+        for (const std::string& line : {std::string("BEGIN:VALARM"), std::string("ACTION:DISPLAY"),
+                 std::string("DESCRIPTION:Reminder"), "TRIGGER:" + formatDuration(trigger),
+                 std::string("END:VALARM")})
+            alarms += foldLine(line, lineEnd);
+    }
+    edit.addComponents(std::move(alarms));
+}
+
+void writeRules(ComponentEdit& edit, const DateTime& start, const EventChanges& changes) {
+    if (!changes.recurrenceRules)
+        return;
+    for (const std::string_view name : {"RRULE", "RDATE", "EXDATE", "EXRULE"})
+        edit.remove(name);
+    for (const RecurrenceRule& rule : *changes.recurrenceRules)
+        edit.add("RRULE:" + formatRecur(recurOf(rule, start)));
+}
+
+void writeStamps(ComponentEdit& edit, const Component& event, Instant now) {
+    edit.set("DTSTAMP", "DTSTAMP:" + utcText(now));
+    edit.set("LAST-MODIFIED", "LAST-MODIFIED:" + utcText(now));
+    edit.set("SEQUENCE", "SEQUENCE:" + std::to_string(sequenceOf(event) + 1));
+}
+
+Recur recurOf(const RecurrenceRule& rule, const DateTime& start) {
+    Recur recur;
+    recur.frequency = frequencies.at(static_cast<std::size_t>(rule.frequency));
+    recur.interval = rule.interval;
+    if (rule.end && rule.end->endDate)
+        recur.until = untilOf(*rule.end->endDate, start);
+    else if (rule.end)
+        recur.count = rule.end->occurrenceCount;
+    for (const std::int64_t day : rule.daysOfTheWeek)
+        recur.byDay.push_back({0, std::chrono::weekday(static_cast<unsigned>(day - 1))});
+    recur.byMonthDay.assign(rule.daysOfTheMonth.begin(), rule.daysOfTheMonth.end());
+    recur.byMonth.assign(rule.monthsOfTheYear.begin(), rule.monthsOfTheYear.end());
+    return recur;
+}
+
+std::string withValue(const ContentLine& existing, std::string_view value) {
+    std::string line(existing.name);
+    if (!existing.parameters.empty())
+        line.append(";").append(existing.parameters);
+    return line.append(":").append(value);
+}
+
+std::string utcText(Instant instant) {
+    const auto whole = std::chrono::floor<seconds>(instant);
+    return formatDateTime(
+        {LocalTime(whole.time_since_epoch()), DateTime::Form::utc, Zone::utc(), {}});
+}
+
+} // namespace quenbrook::platform::icalendar

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/icalendar/text/Component.h"
+#include "platform/icalendar/time/Zone.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quenbrook::platform::icalendar {
+
+// The zone that a VTIMEZONE component (RFC 5545 section 3.6.5) defines; nothing when none of its
+// observances can be read. Changes after the year 2200, and more than 2,500 of one observance or
+// 10,000 of all, are not looked at: a zone may not cost more than that.
+std::optional<Zone> readVTimeZone(const Component& component);
+
+// Writes the VTIMEZONE of a zone of the system's data, right from `from` on: the observance then in
+// force, the changes after it one by one as long as they are irregular, and the yearly rules that
+// hold from then on. Lines end in `lineEnd`.
+std::string writeVTimeZone(std::string_view name, const Zone& zone, std::chrono::sys_seconds from,
+    std::string_view lineEnd);
+
+} // namespace quenbrook::platform::icalendar

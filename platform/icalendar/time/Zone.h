@@ -1,0 +1,100 @@
+#pragma once
+
+#include "platform/icalendar/recurrence/RecurrenceRuleText.h"
+#include "platform/icalendar/text/TextRange.h"
+
+#include <absl/time/time.h>
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace quenbrook::platform::icalendar {
+
+// The moments at which a zone that a file defines itself changes its offset, in ascending order.
+struct OffsetTable {
+    struct Change {
+        std::chrono::sys_seconds at;
+        std::chrono::seconds before;
+        std::chrono::seconds after;
+    };
+    std::chrono::seconds initial{0};
+    std::vector<Change> changes;
+};
+
+// The rules by which wall clocks of one place relate to UTC. Cheap to copy.
+class Zone {
+  public:
+    static Zone utc();
+    // From the system's zone data; nothing when it has no zone of that name. The name may come from
+    // a file: it never leads outside of the zone data.
+    static std::optional<Zone> system(std::string_view name);
+    // The machine's own zone.
+    static Zone local();
+    static Zone fromTable(std::shared_ptr<const OffsetTable> table);
+
+    // A wall-clock time that occurs twice means the first; one that is skipped is read with the
+    // offset before the gap (RFC 5545 section 3.3.5).
+    std::chrono::sys_seconds instantOf(LocalTime time) const;
+    LocalTime wallClockAt(std::chrono::sys_seconds instant) const;
+
+    // The first change of the offset after this instant, for zones of the system's data; nothing
+    // when there is none or the zone is a file's own.
+    std::optional<OffsetTable::Change> changeAfter(std::chrono::sys_seconds instant) const;
+    // The last change at or before this instant, likewise.
+    std::optional<OffsetTable::Change> changeUpTo(std::chrono::sys_seconds instant) const;
+
+    std::chrono::seconds offsetAt(std::chrono::sys_seconds instant) const;
+
+  private:
+    using Rules = std::variant<absl::TimeZone, std::shared_ptr<const OffsetTable>>;
+    // From one transition of the system's data to another.
+    using Step = bool (absl::TimeZone::*)(absl::Time, absl::TimeZone::CivilTransition*) const;
+
+    explicit Zone(Rules rules)
+        : rules_(std::move(rules)) {}
+
+    std::optional<OffsetTable::Change> firstChange(
+        std::chrono::sys_seconds instant, Step step) const;
+
+    Rules rules_;
+};
+
+// The name of the machine's own zone in the system's zone data; nothing when it is UTC or has no
+// name.
+std::optional<std::string> localZoneName();
+
+// The zones that the values of one iCalendar stream can name.
+class TimeZones {
+  public:
+    // `text` must outlive this; `definitions` are its VTIMEZONE components, parsed when asked for.
+    TimeZones(Zone local, std::string_view text, std::span<const TextRange> definitions);
+
+    const Zone& local() const { return local_; }
+
+    // From the system's zone data when it knows the name, else the stream's own VTIMEZONE, else
+    // the system's zone whose name the identifier ends in ("/vendor/version/Europe/Berlin"), else
+    // the machine's local zone. No more than 1,000 VTIMEZONE are read.
+    Zone named(const std::string& identifier);
+
+  private:
+    Zone resolve(const std::string& identifier);
+    std::optional<Zone> defined(const std::string& identifier);
+    void nameDefinitions();
+
+    Zone local_;
+    std::string_view text_;
+    std::span<const TextRange> definitions_;
+    bool definitionsAreNamed_ = false;
+    std::map<std::string, const TextRange*> definitionsByName_;
+    std::size_t definitionsRead_ = 0;
+    std::map<std::string, Zone> known_;
+};
+
+} // namespace quenbrook::platform::icalendar

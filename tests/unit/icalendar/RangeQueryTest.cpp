@@ -1,0 +1,173 @@
+#include "platform/icalendar/CalendarReader.h"
+
+#include "platform/icalendar/CalendarStream.h"
+#include "tests/support/ScopedVariable.h"
+#include "tests/unit/icalendar/CalendarText.h"
+#include "tests/unit/icalendar/RandomStreams.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <set>
+
+namespace quenbrook::platform::icalendar {
+namespace {
+
+using std::chrono::minutes;
+using test::at;
+using test::RandomStreams;
+using test::stream;
+
+std::string described(const std::string& uid, const Event& event) {
+    return uid + " " + test::spanOf(event);
+}
+
+std::vector<std::string> queried(std::string_view text, Instant from, Instant until) {
+    std::vector<std::string> found;
+    for (const FoundEvent& each : RangeQuery(from, until).eventsIn(text))
+        found.push_back(described(each.key.uid, each.event));
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+// Every occurrence of some years, without any regard to what the outline says of days.
+struct Span {
+    std::string uid;
+    TimeSpan time;
+};
+std::vector<Span> everything(std::string_view text) {
+    CalendarStream stream(text);
+    std::set<std::string> uids;
+    for (const EventSummary& event : stream.outline().events)
+        uids.insert(event.uid);
+    std::vector<Span> spans;
+    for (const std::string& uid : uids) {
+        const auto series = stream.series(uid);
+        if (!series)
+            continue;
+        for (const Occurrence& each :
+            series->occurrencesIn(at("2024-01-01T00:00:00Z"), at("2028-06-01T00:00:00Z")))
+            spans.push_back({uid, each.span});
+    }
+    return spans;
+}
+
+std::vector<std::string> selected(const std::vector<Span>& spans, Instant from, Instant until) {
+    std::vector<std::string> found;
+    for (const Span& span : spans) {
+        const bool isPoint = span.time.start == span.time.end;
+        const bool isIn =
+            span.time.start < until && (isPoint ? span.time.start >= from : span.time.end > from);
+        Event event;
+        event.start = span.time.start;
+        event.end = span.time.end;
+        if (isIn)
+            found.push_back(described(span.uid, event));
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+TEST(RangeQueries, FindWhatASearchOfEverythingFinds) {
+    constexpr std::array<const char*, 4> zones{
+        "UTC", "America/St_Johns", "Australia/Lord_Howe", "Europe/Berlin"};
+    RandomStreams streams(5545);
+    std::size_t foundAltogether = 0;
+    for (std::size_t round = 0; round < 250; ++round) {
+        const support::ScopedTimeZone local(zones[round % zones.size()]);
+        const std::string text = streams.next();
+        const std::vector<Span> all = everything(text);
+        for (int query = 0; query < 8; ++query) {
+            const Instant from = streams.instant();
+            const Instant until = from + minutes(streams.below(query % 2 == 0 ? 600 : 40'000));
+            const auto found = queried(text, from, until);
+            ASSERT_EQ(found, selected(all, from, until))
+                << "seen from " << zones[round % zones.size()] << " between " << test::written(from)
+                << " and " << test::written(until) << "\n"
+                << text;
+            foundAltogether += found.size();
+        }
+    }
+    EXPECT_GT(foundAltogether, 3'000u);
+}
+
+TEST(RangeQueries, TellTheOriginalStartOfSeriesOnly) {
+    const std::string text =
+        stream("BEGIN:VEVENT\nUID:single\nDTSTART:20260105T100000Z\nEND:VEVENT\n"
+               "BEGIN:VEVENT\nUID:series\nDTSTART:20260105T110000Z\nRRULE:FREQ=DAILY;COUNT=2\n"
+               "END:VEVENT\nBEGIN:VEVENT\nUID:series\nRECURRENCE-ID:20260106T110000Z\n"
+               "DTSTART:20260107T110000Z\nEND:VEVENT\n");
+    const auto found =
+        RangeQuery(at("2026-01-01T00:00:00Z"), at("2026-02-01T00:00:00Z")).eventsIn(text);
+    ASSERT_EQ(found.size(), 3u);
+    EXPECT_EQ(found[0].key.uid, "single");
+    EXPECT_FALSE(found[0].key.originalStart);
+    EXPECT_EQ(found[1].key.originalStart, at("2026-01-05T11:00:00Z"));
+    EXPECT_EQ(found[2].key.originalStart, at("2026-01-06T11:00:00Z"));
+    EXPECT_EQ(found[2].event.start, at("2026-01-07T11:00:00Z"));
+}
+
+std::map<std::string, std::size_t> countsByUid(
+    std::string_view text, std::string_view from, std::string_view until) {
+    std::map<std::string, std::size_t> counts;
+    for (const FoundEvent& each : RangeQuery(at(from), at(until)).eventsIn(text))
+        ++counts[each.key.uid];
+    return counts;
+}
+
+TEST(RangeQueries, FindOneOfEachWhenAFileYieldsTooMuch) {
+    const std::string daily = "DTSTART:20260105T100000Z\nRRULE:FREQ=DAILY\n";
+    const std::string text =
+        stream("BEGIN:VEVENT\nUID:large\n" + daily +
+               "DESCRIPTION:" + std::string(std::size_t{16} << 20, 'x') +
+               "\nEND:VEVENT\nBEGIN:VEVENT\nUID:small\n" + daily +
+               "END:VEVENT\nBEGIN:VEVENT\nUID:plain\nDTSTART:20260105T100000Z\nEND:VEVENT\n");
+    EXPECT_EQ(countsByUid(text, "2026-01-05T00:00:00Z", "2026-01-15T00:00:00Z"),
+        (std::map<std::string, std::size_t>{{"large", 10}, {"small", 10}, {"plain", 1}}));
+    EXPECT_EQ(countsByUid(text, "2026-01-05T00:00:00Z", "2026-12-31T00:00:00Z"),
+        (std::map<std::string, std::size_t>{{"large", 16}, {"small", 1}, {"plain", 1}}));
+}
+
+std::string listed(std::size_t count) {
+    std::string dates = "20260105T100000Z";
+    for (std::size_t number = 1; number < count; ++number)
+        dates += ",20260105T100000Z";
+    return dates;
+}
+
+TEST(RangeQueries, PassOverASeriesOfTooManyValues) {
+    const std::string start = "DTSTART:20260105T100000Z\n";
+    const auto isFound = [&](const std::string& lines) {
+        const std::string text =
+            stream(lines + "BEGIN:VEVENT\nUID:good\n" + start + "END:VEVENT\n");
+        const auto counts = countsByUid(text, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z");
+        EXPECT_EQ(counts.count("good"), 1u);
+        return counts.count("many") == 1;
+    };
+    const auto many = [&](const std::string& properties) {
+        return "BEGIN:VEVENT\nUID:many\n" + start + properties + "END:VEVENT\n";
+    };
+    EXPECT_TRUE(isFound(many("RDATE:" + listed(199'999) + "\n")));
+    EXPECT_FALSE(isFound(many("RDATE:" + listed(200'000) + "\n")));
+    EXPECT_FALSE(isFound(many("EXDATE:" + listed(200'000) + "\n")));
+    EXPECT_FALSE(
+        isFound(many("RDATE:" + listed(150'000) + "\n") + many("RDATE:" + listed(150'000) + "\n")));
+}
+
+TEST(FindingEvents, GoesByTheWholeUid) {
+    const std::string text =
+        stream("BEGIN:VEVENT\nUID:ab\nDTSTART:20260105T100000Z\nEND:VEVENT\n"
+               "BEGIN:VEVENT\nUID:a\\,b\nDTSTART:20260106T100000Z\nEND:VEVENT\n"
+               "BEGIN:VEVENT\nUID:\xFF\nDTSTART:20260107T100000Z\nEND:VEVENT\n"
+               "BEGIN:VEVENT\nDTSTART:20260108T100000Z\nEND:VEVENT\n");
+    EXPECT_TRUE(findEvent(text, "ab"));
+    EXPECT_EQ(findEvent(text, "a,b")->event.start, at("2026-01-06T10:00:00Z"));
+    EXPECT_EQ(findEvent(text, "\xEF\xBF\xBD")->event.start, at("2026-01-07T10:00:00Z"));
+    for (const std::string_view uid : {"", "a", "b", "AB", "a\\,b", "\xFF"})
+        EXPECT_FALSE(findEvent(text, uid)) << uid;
+}
+
+} // namespace
+} // namespace quenbrook::platform::icalendar

@@ -1,0 +1,617 @@
+#include "platform/icalendar/event/Series.h"
+
+#include "platform/icalendar/CalendarStream.h"
+#include "tests/support/ScopedVariable.h"
+#include "tests/unit/icalendar/CalendarText.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace quenbrook::platform::icalendar {
+namespace {
+
+using test::at;
+using test::eventStream;
+using test::spansIn;
+using test::stream;
+
+struct OccurrenceCase {
+    std::string description;
+    // The lines of one event, besides UID and DTSTAMP.
+    std::string lines;
+    std::vector<std::string> spans;
+    std::string from = "2026-01-01T00:00:00Z";
+    std::string until = "2027-01-01T00:00:00Z";
+    std::string localZone = "Europe/Berlin";
+};
+
+void expectSpans(const std::vector<OccurrenceCase>& cases) {
+    for (const OccurrenceCase& row : cases) {
+        const support::ScopedTimeZone local(row.localZone);
+        EXPECT_EQ(spansIn(eventStream(row.lines), row.from, row.until), row.spans)
+            << row.description;
+    }
+}
+
+TEST(Occurrences, LastAsLongAsTheEventSays) {
+    expectSpans({
+        {"DTEND", "DTSTART:20260105T100000Z\nDTEND:20260105T113000Z\n",
+            {"2026-01-05T10:00:00Z/2026-01-05T11:30:00Z"}},
+        {"DTEND in another zone",
+            "DTSTART;TZID=Europe/Berlin:20260105T100000\nDTEND;TZID=America/"
+            "New_York:20260105T060000\n",
+            {"2026-01-05T09:00:00Z/2026-01-05T11:00:00Z"}},
+        {"DURATION", "DTSTART:20260105T100000Z\nDURATION:PT1H30M\n",
+            {"2026-01-05T10:00:00Z/2026-01-05T11:30:00Z"}},
+        {"a time without end", "DTSTART:20260105T100000Z\n",
+            {"2026-01-05T10:00:00Z/2026-01-05T10:00:00Z"}},
+        {"a date without end", "DTSTART;VALUE=DATE:20260105\n",
+            {"2026-01-04T23:00:00Z/2026-01-05T22:59:59Z"}},
+        {"a date with DTEND", "DTSTART;VALUE=DATE:20260105\nDTEND;VALUE=DATE:20260107\n",
+            {"2026-01-04T23:00:00Z/2026-01-06T22:59:59Z"}},
+        {"a date with DURATION", "DTSTART;VALUE=DATE:20260105\nDURATION:P1W\n",
+            {"2026-01-04T23:00:00Z/2026-01-11T22:59:59Z"}},
+        {"a date that ends when it starts",
+            "DTSTART;VALUE=DATE:20260105\nDTEND;VALUE=DATE:20260105\n",
+            {"2026-01-04T23:00:00Z/2026-01-05T22:59:59Z"}},
+        {"a date that ends before it starts",
+            "DTSTART;VALUE=DATE:20260105\nDTEND;VALUE=DATE:20260101\n",
+            {"2026-01-04T23:00:00Z/2026-01-05T22:59:59Z"}},
+        {"DTEND before DTSTART", "DTSTART:20260105T100000Z\nDTEND:20260105T090000Z\n",
+            {"2026-01-05T10:00:00Z/2026-01-05T10:00:00Z"}},
+        {"negative DURATION", "DTSTART:20260105T100000Z\nDURATION:-PT1H\n",
+            {"2026-01-05T10:00:00Z/2026-01-05T10:00:00Z"}},
+        {"DTEND that cannot be read", "DTSTART:20260105T100000Z\nDTEND:tomorrow\n",
+            {"2026-01-05T10:00:00Z/2026-01-05T10:00:00Z"}},
+        {"DTEND that cannot be read, and DURATION",
+            "DTSTART:20260105T100000Z\nDTEND:tomorrow\nDURATION:PT1H\n",
+            {"2026-01-05T10:00:00Z/2026-01-05T11:00:00Z"}},
+        {"floating times", "DTSTART:20260705T100000\nDTEND:20260705T110000\n",
+            {"2026-07-05T08:00:00Z/2026-07-05T09:00:00Z"}},
+        {"an unknown zone",
+            "DTSTART;TZID=Nowhere:20260705T100000\nDTEND;TZID=Nowhere:20260705T110000\n",
+            {"2026-07-05T08:00:00Z/2026-07-05T09:00:00Z"}},
+    });
+}
+
+TEST(Occurrences, OfWholeDaysGoFromLocalMidnightToTheLastSecond) {
+    const auto days = [](std::string start, std::string end) {
+        return "DTSTART;VALUE=DATE:" + start + "\nDTEND;VALUE=DATE:" + end + "\n";
+    };
+    const auto wide = [](OccurrenceCase row, std::string zone) {
+        row.localZone = std::move(zone);
+        row.from = "2018-01-01T00:00:00Z";
+        return row;
+    };
+    expectSpans({
+        wide({"UTC", days("20260329", "20260330"), {"2026-03-29T00:00:00Z/2026-03-29T23:59:59Z"}},
+            "UTC"),
+        wide({"a day of 23 hours", days("20260329", "20260330"),
+                 {"2026-03-28T23:00:00Z/2026-03-29T21:59:59Z"}},
+            "Europe/Berlin"),
+        wide({"a day of 25 hours", days("20261025", "20261026"),
+                 {"2026-10-24T22:00:00Z/2026-10-25T22:59:59Z"}},
+            "Europe/Berlin"),
+        wide({"over the change", days("20260328", "20260331"),
+                 {"2026-03-27T23:00:00Z/2026-03-30T21:59:59Z"}},
+            "Europe/Berlin"),
+        wide({"southern, into daylight saving", days("20261004", "20261005"),
+                 {"2026-10-03T13:30:00Z/2026-10-04T12:59:59Z"}},
+            "Australia/Lord_Howe"),
+        wide({"southern, out of daylight saving", days("20260405", "20260406"),
+                 {"2026-04-04T13:00:00Z/2026-04-05T13:29:59Z"}},
+            "Australia/Lord_Howe"),
+        wide({"half an hour off", days("20260308", "20260309"),
+                 {"2026-03-08T03:30:00Z/2026-03-09T02:29:59Z"}},
+            "America/St_Johns"),
+        // The day begins at 01:00.
+        wide({"a midnight that does not exist", days("20181104", "20181105"),
+                 {"2018-11-04T03:00:00Z/2018-11-05T01:59:59Z"}},
+            "America/Sao_Paulo"),
+        // 23:00 to 24:00 comes twice at the end of the day before.
+        wide({"a midnight after a repeated hour", days("20180218", "20180219"),
+                 {"2018-02-18T03:00:00Z/2018-02-19T02:59:59Z"}},
+            "America/Sao_Paulo"),
+    });
+}
+
+TEST(Occurrences, KeepTheirWallClockTimeOverDaylightSaving) {
+    expectSpans({
+        {"into summer",
+            "DTSTART;TZID=Europe/Berlin:20260328T090000\n"
+            "DTEND;TZID=Europe/Berlin:20260328T100000\nRRULE:FREQ=DAILY;COUNT=3\n",
+            {"2026-03-28T08:00:00Z/2026-03-28T09:00:00Z",
+                "2026-03-29T07:00:00Z/2026-03-29T08:00:00Z",
+                "2026-03-30T07:00:00Z/2026-03-30T08:00:00Z"}},
+        {"another zone's change",
+            "DTSTART;TZID=America/St_Johns:20260307T120000\n"
+            "DURATION:PT1H\nRRULE:FREQ=DAILY;COUNT=2\n",
+            {"2026-03-07T15:30:00Z/2026-03-07T16:30:00Z",
+                "2026-03-08T14:30:00Z/2026-03-08T15:30:00Z"}},
+        {"half an hour",
+            "DTSTART;TZID=Australia/Lord_Howe:20260404T120000\nDURATION:PT1H\n"
+            "RRULE:FREQ=DAILY;COUNT=2\n",
+            {"2026-04-04T01:00:00Z/2026-04-04T02:00:00Z",
+                "2026-04-05T01:30:00Z/2026-04-05T02:30:00Z"}},
+        {"a time that is skipped once",
+            "DTSTART;TZID=Europe/Berlin:20260328T023000\n"
+            "RRULE:FREQ=DAILY;COUNT=3\n",
+            {"2026-03-28T01:30:00Z/2026-03-28T01:30:00Z",
+                "2026-03-29T01:30:00Z/2026-03-29T01:30:00Z",
+                "2026-03-30T00:30:00Z/2026-03-30T00:30:00Z"}},
+        {"a time that comes twice",
+            "DTSTART;TZID=Europe/Berlin:20261024T023000\n"
+            "RRULE:FREQ=DAILY;COUNT=3\n",
+            {"2026-10-24T00:30:00Z/2026-10-24T00:30:00Z",
+                "2026-10-25T00:30:00Z/2026-10-25T00:30:00Z",
+                "2026-10-26T01:30:00Z/2026-10-26T01:30:00Z"}},
+        // DTEND: the same exact length each time. DURATION: the same nominal one (RFC 5545
+        // section 3.8.5.3).
+        {"DTEND over the change",
+            "DTSTART;TZID=Europe/Berlin:20260328T200000\n"
+            "DTEND;TZID=Europe/Berlin:20260329T200000\n"
+            "RRULE:FREQ=DAILY;COUNT=2\n",
+            {"2026-03-28T19:00:00Z/2026-03-29T18:00:00Z",
+                "2026-03-29T18:00:00Z/2026-03-30T17:00:00Z"}},
+        {"a day of DURATION over the change",
+            "DTSTART;TZID=Europe/Berlin:20260328T200000\n"
+            "DURATION:P1D\nRRULE:FREQ=DAILY;COUNT=2\n",
+            {"2026-03-28T19:00:00Z/2026-03-29T18:00:00Z",
+                "2026-03-29T18:00:00Z/2026-03-30T18:00:00Z"}},
+        {"24 hours of DURATION over the change",
+            "DTSTART;TZID=Europe/Berlin:20260328T200000\n"
+            "DURATION:PT24H\nRRULE:FREQ=DAILY;COUNT=2\n",
+            {"2026-03-28T19:00:00Z/2026-03-29T19:00:00Z",
+                "2026-03-29T18:00:00Z/2026-03-30T18:00:00Z"}},
+        {"whole days", "DTSTART;VALUE=DATE:20260328\nRRULE:FREQ=DAILY;COUNT=3\n",
+            {"2026-03-27T23:00:00Z/2026-03-28T22:59:59Z",
+                "2026-03-28T23:00:00Z/2026-03-29T21:59:59Z",
+                "2026-03-29T22:00:00Z/2026-03-30T21:59:59Z"}},
+        {"UTC does not change", "DTSTART:20260328T090000Z\nRRULE:FREQ=DAILY;COUNT=2\n",
+            {"2026-03-28T09:00:00Z/2026-03-28T09:00:00Z",
+                "2026-03-29T09:00:00Z/2026-03-29T09:00:00Z"}},
+    });
+}
+
+// Both times of a pair that the gap puts together are one occurrence (RFC 5545 section 3.3.10).
+TEST(Occurrences, InAGapComeOnceAndInOrder) {
+    const auto points = [](const std::vector<std::string>& times) {
+        std::vector<std::string> spans;
+        for (const std::string& time : times)
+            spans.push_back(time + "/" + time);
+        return spans;
+    };
+    const std::string berlin = "DTSTART;TZID=Europe/Berlin:20260329T010000\n";
+    expectSpans({
+        {"every half an hour", berlin + "RRULE:FREQ=HOURLY;BYMINUTE=0,30\n",
+            points({"2026-03-29T00:00:00Z", "2026-03-29T00:30:00Z", "2026-03-29T01:00:00Z",
+                "2026-03-29T01:30:00Z", "2026-03-29T02:00:00Z"}),
+            "2026-03-29T00:00:00Z", "2026-03-29T02:10:00Z"},
+        {"times that interleave",
+            berlin + "RRULE:FREQ=DAILY;BYHOUR=2,3;BYMINUTE=10,30;UNTIL=20260329T235959Z\n",
+            points({"2026-03-29T00:00:00Z", "2026-03-29T01:10:00Z", "2026-03-29T01:30:00Z"})},
+        {"a later one of a skipped hour that comes sooner",
+            berlin + "RRULE:FREQ=WEEKLY;BYHOUR=2,3;BYMINUTE=10,20;BYSETPOS=2,3;COUNT=3\n",
+            points({"2026-03-29T00:00:00Z", "2026-03-29T01:10:00Z", "2026-03-29T01:20:00Z"})},
+        {"that one asked for alone",
+            berlin + "RRULE:FREQ=WEEKLY;BYHOUR=2,3;BYMINUTE=10,20;BYSETPOS=2,3;COUNT=3\n",
+            points({"2026-03-29T01:10:00Z"}), "2026-03-29T01:05:00Z", "2026-03-29T01:15:00Z"},
+        {"half an hour of gap",
+            "DTSTART;TZID=Australia/Lord_Howe:20261004T013000\n"
+            "RRULE:FREQ=HOURLY;BYMINUTE=0,15,30,45\n",
+            points({"2026-10-03T15:00:00Z", "2026-10-03T15:15:00Z", "2026-10-03T15:30:00Z",
+                "2026-10-03T15:45:00Z", "2026-10-03T16:00:00Z"}),
+            "2026-10-03T00:00:00Z", "2026-10-03T16:10:00Z"},
+        // Samoa had no 30th of December in 2011.
+        {"a whole day", "DTSTART;TZID=Pacific/Apia:20111229T100000\nRRULE:FREQ=DAILY;COUNT=4\n",
+            points({"2011-12-29T20:00:00Z", "2011-12-30T20:00:00Z", "2011-12-31T20:00:00Z"}),
+            "2011-01-01T00:00:00Z", "2013-01-01T00:00:00Z"},
+    });
+}
+
+// Each is at 10:00 on a day of January, local time of UTC, and lasts no time.
+std::vector<std::string> mornings(const std::vector<std::string>& days) {
+    std::vector<std::string> spans;
+    for (const std::string& day : days)
+        spans.push_back("2026-01-" + day + "T10:00:00Z/2026-01-" + day + "T10:00:00Z");
+    return spans;
+}
+
+TEST(RecurrenceSets, AreMadeOfRulesAddedAndExcludedDates) {
+    const std::string start = "DTSTART:20260105T100000Z\n";
+    expectSpans({
+        {"no rule", start, mornings({"05"})},
+        {"a rule", start + "RRULE:FREQ=DAILY;COUNT=3\n", mornings({"05", "06", "07"})},
+        {"a rule that cannot be read", start + "RRULE:FREQ=SOMETIMES\n", mornings({"05"})},
+        {"a start that the rule does not name", start + "RRULE:FREQ=WEEKLY;BYDAY=WE;COUNT=3\n",
+            mornings({"05", "07", "14"})},
+        {"several rules", start + "RRULE:FREQ=DAILY;COUNT=2\nRRULE:FREQ=WEEKLY;COUNT=3\n",
+            mornings({"05", "06", "12", "19"})},
+        {"added dates", start + "RDATE:20260108T100000Z,20260107T100000Z\nRDATE:20260109T100000Z\n",
+            mornings({"05", "07", "08", "09"})},
+        {"an added date before the start", start + "RDATE:20260102T100000Z\n",
+            mornings({"02", "05"})},
+        {"an added date that the rule names",
+            start + "RRULE:FREQ=DAILY;COUNT=2\nRDATE:20260106T100000Z\n", mornings({"05", "06"})},
+        {"an added date twice, in two zones",
+            start + "RDATE:20260107T100000Z\nRDATE;TZID=Europe/Berlin:20260107T110000\n",
+            mornings({"05", "07"})},
+        {"an added date that cannot be read", start + "RDATE:nonsense,20260107T100000Z,\n",
+            mornings({"05", "07"})},
+        {"excluded dates",
+            start + "RRULE:FREQ=DAILY;COUNT=5\nEXDATE:20260106T100000Z,20260108T100000Z\n"
+                    "EXDATE:20260109T100000Z\n",
+            mornings({"05", "07"})},
+        {"an exclusion in another zone",
+            start + "RRULE:FREQ=DAILY;COUNT=2\nEXDATE;TZID=America/New_York:20260106T050000\n",
+            mornings({"05"})},
+        {"an exclusion of another time of the day",
+            start + "RRULE:FREQ=DAILY;COUNT=2\nEXDATE:20260106T100001Z\n", mornings({"05", "06"})},
+        {"an exclusion of a whole day",
+            start + "RRULE:FREQ=DAILY;COUNT=3\nEXDATE;VALUE=DATE:20260106\n",
+            mornings({"05", "07"})},
+        {"an exclusion of the start", start + "RRULE:FREQ=DAILY;COUNT=2\nEXDATE:20260105T100000Z\n",
+            mornings({"06"})},
+        {"an exclusion of an added date",
+            start + "RDATE:20260107T100000Z\nEXDATE:20260107T100000Z\n", mornings({"05"})},
+        {"exclusions of everything",
+            start + "RRULE:FREQ=DAILY;COUNT=2\nEXDATE:20260105T100000Z,20260106T100000Z\n", {}},
+        {"an exclusion that cannot be read", start + "RRULE:FREQ=DAILY;COUNT=2\nEXDATE:x,\n",
+            mornings({"05", "06"})},
+    });
+}
+
+TEST(RecurrenceSets, TakeTheLengthOfAPeriod) {
+    expectSpans({{"periods",
+                     "DTSTART:20260105T100000Z\nDTEND:20260105T103000Z\n"
+                     "RDATE;VALUE=PERIOD:20260106T100000Z/PT2H,20260107T100000Z/20260107T113000Z,"
+                     "20260109T100000Z/later,later/PT1H\n"
+                     "RDATE:20260108T100000Z\n",
+                     {"2026-01-05T10:00:00Z/2026-01-05T10:30:00Z",
+                         "2026-01-06T10:00:00Z/2026-01-06T12:00:00Z",
+                         "2026-01-07T10:00:00Z/2026-01-07T11:30:00Z",
+                         "2026-01-08T10:00:00Z/2026-01-08T10:30:00Z"}},
+        {"a long period that began before the range",
+            "DTSTART:20260105T100000Z\nDTEND:20260105T103000Z\n"
+            "RDATE;VALUE=PERIOD:20260106T100000Z/P40D\n",
+            {"2026-01-06T10:00:00Z/2026-02-15T10:00:00Z"}, "2026-02-10T00:00:00Z",
+            "2026-02-11T00:00:00Z"}});
+}
+
+struct UntilCase {
+    std::string start;
+    std::string until;
+    // Of the days from the 5th on.
+    std::size_t occurrences;
+};
+
+TEST(RecurrenceSets, EndAtUntilInEveryForm) {
+    // 10:00 in Berlin is 09:00 UTC.
+    const std::vector<UntilCase> cases{
+        {";TZID=Europe/Berlin:20260105T100000", "20260107", 3},
+        {";TZID=Europe/Berlin:20260105T100000", "20260107T100000", 3},
+        {";TZID=Europe/Berlin:20260105T100000", "20260107T095959", 2},
+        {";TZID=Europe/Berlin:20260105T100000", "20260107T090000Z", 3},
+        {";TZID=Europe/Berlin:20260105T100000", "20260107T085959Z", 2},
+        {":20260105T100000", "20260107", 3},
+        {":20260105T100000", "20260107T100000", 3},
+        {":20260105T100000", "20260107T085959Z", 2},
+        {":20260105T100000Z", "20260107", 3},
+        {":20260105T100000Z", "20260107T100000Z", 3},
+        {":20260105T100000Z", "20260107T095959Z", 2},
+        {";VALUE=DATE:20260105", "20260107", 3},
+        {";VALUE=DATE:20260105", "20260106", 2},
+        {";VALUE=DATE:20260105", "20260107T000000", 3},
+        {";VALUE=DATE:20260105", "20260107T000000Z", 3},
+        {";VALUE=DATE:20260105", "20260107T235959Z", 3},
+        // Late in the evening the day is another one in UTC.
+        {";TZID=America/New_York:20260105T220000", "20260107", 3},
+        {";TZID=America/New_York:20260105T220000", "20260108T030000Z", 3},
+        {";TZID=America/New_York:20260105T220000", "20260108T025959Z", 2},
+        // The event itself is there in any case.
+        {":20260105T100000Z", "20260104T000000Z", 1},
+    };
+    for (const UntilCase& row : cases) {
+        const support::ScopedTimeZone local("Europe/Berlin");
+        const std::string text =
+            eventStream("DTSTART" + row.start + "\nRRULE:FREQ=DAILY;UNTIL=" + row.until + "\n");
+        EXPECT_EQ(
+            spansIn(text, "2026-01-01T00:00:00Z", "2026-03-01T00:00:00Z").size(), row.occurrences)
+            << row.start << " " << row.until;
+    }
+}
+
+const std::string threeMornings =
+    "BEGIN:VEVENT\nUID:s\nDTSTART:20260105T100000Z\nRRULE:FREQ=DAILY;COUNT=3\nEND:VEVENT\n";
+
+std::string exception(const std::string& id, const std::string& start) {
+    return "BEGIN:VEVENT\nUID:s\nRECURRENCE-ID" + id + "\nDTSTART:" + start + "\nEND:VEVENT\n";
+}
+
+TEST(Exceptions, TakeThePlaceOfTheirOccurrence) {
+    const std::string text =
+        stream(threeMornings + exception(":20260106T100000Z", "20260210T120000Z"));
+    EXPECT_EQ(
+        spansIn(text, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"), mornings({"05", "07"}));
+    EXPECT_EQ(spansIn(text, "2026-02-01T00:00:00Z", "2026-03-01T00:00:00Z"),
+        std::vector<std::string>{"2026-02-10T12:00:00Z/2026-02-10T12:00:00Z"});
+    EXPECT_EQ(spansIn(text, "2026-01-06T00:00:00Z", "2026-01-07T00:00:00Z"), mornings({}));
+}
+
+TEST(Exceptions, NameTheirOccurrenceInAnyZoneOrByItsDay) {
+    const support::ScopedTimeZone local("Europe/Berlin");
+    for (const char* id : {":20260106T100000Z", ";TZID=Europe/Berlin:20260106T110000",
+             ":20260106T110000", ";VALUE=DATE:20260106", ";RANGE=THISANDFUTURE:20260106T100000Z"}) {
+        const std::string text = stream(exception(id, "20260120T100000Z") + threeMornings);
+        EXPECT_EQ(spansIn(text, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"),
+            mornings({"05", "07", "20"}))
+            << id;
+    }
+}
+
+TEST(Exceptions, ToNothingStandForThemselves) {
+    EXPECT_EQ(spansIn(stream(exception(":20260106T100000Z", "20260120T100000Z")),
+                  "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"),
+        mornings({"20"}));
+    EXPECT_EQ(spansIn(stream(threeMornings + exception(":20260115T100000Z", "20260120T100000Z")),
+                  "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"),
+        mornings({"05", "06", "07", "20"}));
+}
+
+TEST(Exceptions, DoNotRecurByThemselves) {
+    const std::string text =
+        stream(threeMornings + "BEGIN:VEVENT\nUID:s\nRECURRENCE-ID:20260106T100000Z\n"
+                               "DTSTART:20260120T100000Z\nRRULE:FREQ=DAILY\n"
+                               "RDATE:20260125T100000Z\nEND:VEVENT\n");
+    EXPECT_EQ(spansIn(text, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"),
+        mornings({"05", "07", "20"}));
+}
+
+TEST(Events, WithoutUidOrStartAreNoneAndHideNoOther) {
+    for (const std::string broken : {"DTSTART:20260105T100000Z\n", "UID:x\n",
+             "UID:\nDTSTART:20260105T100000Z\n", "UID:x\nDTSTART:20260230T100000Z\n",
+             "UID:x\nDTSTART:\n", "UID:x\nDTSTART:20260105T100000Z\nBEGIN:VALARM\nEND:VFOO\n"}) {
+        const std::string text = stream("BEGIN:VEVENT\n" + broken + "END:VEVENT\n" + threeMornings);
+        EXPECT_EQ(spansIn(text, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"),
+            mornings({"05", "06", "07"}))
+            << broken;
+    }
+}
+
+struct RangeCase {
+    std::string lines;
+    std::string from;
+    std::string until;
+    bool isIn;
+};
+
+TEST(Ranges, HoldWhatSharesTimeWithThem) {
+    const std::string hour = "DTSTART:20260105T100000Z\nDTEND:20260105T110000Z\n";
+    const std::string point = "DTSTART:20260105T100000Z\n";
+    const std::vector<RangeCase> cases{
+        {hour, "2026-01-05T09:00:00Z", "2026-01-05T10:00:00Z", false},
+        {hour, "2026-01-05T09:00:00Z", "2026-01-05T10:00:01Z", true},
+        {hour, "2026-01-05T10:00:00Z", "2026-01-05T11:00:00Z", true},
+        {hour, "2026-01-05T10:30:00Z", "2026-01-05T10:30:00Z", true},
+        {hour, "2026-01-05T10:59:59Z", "2026-01-05T12:00:00Z", true},
+        {hour, "2026-01-05T11:00:00Z", "2026-01-05T12:00:00Z", false},
+        {hour, "2026-01-05T12:00:00Z", "2026-01-05T09:00:00Z", false},
+        {hour, "0001-01-01T00:00:00Z", "9999-12-31T23:59:59Z", true},
+        {point, "2026-01-05T09:00:00Z", "2026-01-05T10:00:00Z", false},
+        {point, "2026-01-05T10:00:00Z", "2026-01-05T10:00:00Z", false},
+        {point, "2026-01-05T10:00:00Z", "2026-01-05T10:00:01Z", true},
+        {point, "2026-01-05T10:00:01Z", "2026-01-05T11:00:00Z", false},
+    };
+    for (const RangeCase& row : cases)
+        EXPECT_EQ(spansIn(eventStream(row.lines), row.from, row.until).size(), row.isIn ? 1u : 0u)
+            << row.lines << row.from << row.until;
+}
+
+TEST(Ranges, ReachAsFarAsYearsDo) {
+    const std::string text =
+        eventStream("DTSTART;TZID=Europe/Berlin:00010105T100000\nDURATION:PT1H\n"
+                    "RRULE:FREQ=YEARLY;BYMONTH=7\n");
+    EXPECT_EQ(spansIn(text, "9999-01-01T00:00:00Z", "9999-12-31T23:59:59Z"),
+        std::vector<std::string>{"9999-07-05T08:00:00Z/9999-07-05T09:00:00Z"});
+    EXPECT_EQ(spansIn(eventStream("DTSTART:99991231T230000Z\nDTEND:99991231T235959Z\n"),
+                  "9999-12-31T00:00:00Z", "9999-12-31T23:59:59Z")
+                  .size(),
+        1u);
+}
+
+// A series of one UID, read as it is.
+class SeriesOf {
+  public:
+    explicit SeriesOf(const std::string& lines)
+        : text_(stream(lines))
+        , stream_(text_)
+        , series_(stream_.series("s")) {}
+
+    const Series* operator->() const { return series_.get(); }
+
+  private:
+    std::string text_;
+    CalendarStream stream_;
+    std::unique_ptr<const Series> series_;
+};
+
+struct FirstCase {
+    std::string description;
+    std::string lines;
+    // Original start and start; empty when nothing stands.
+    std::string original;
+    std::string start;
+};
+
+std::string with(const std::string& properties) {
+    return "BEGIN:VEVENT\nUID:s\nDTSTART:20260105T100000Z\n" + properties + "END:VEVENT\n";
+}
+
+TEST(TheFirstStandingOccurrence, IsTheFirstByOriginalStart) {
+    const std::string rule = "RRULE:FREQ=DAILY;COUNT=3\n";
+    const std::vector<FirstCase> cases{
+        {"a single event", with(""), "2026-01-05T10:00:00Z", "2026-01-05T10:00:00Z"},
+        {"a series", with(rule), "2026-01-05T10:00:00Z", "2026-01-05T10:00:00Z"},
+        {"the first excluded", with(rule + "EXDATE:20260105T100000Z\n"), "2026-01-06T10:00:00Z",
+            "2026-01-06T10:00:00Z"},
+        {"the first two excluded", with(rule + "EXDATE:20260105T100000Z,20260106T100000Z\n"),
+            "2026-01-07T10:00:00Z", "2026-01-07T10:00:00Z"},
+        {"all excluded", with(rule + "EXDATE:20260105T100000Z,20260106T100000Z,20260107T100000Z\n"),
+            "", ""},
+        {"the first moved behind the others",
+            with(rule) + exception(":20260105T100000Z", "20260201T100000Z"), "2026-01-05T10:00:00Z",
+            "2026-02-01T10:00:00Z"},
+        {"the second moved before the first",
+            with(rule) + exception(":20260106T100000Z", "20260101T100000Z"), "2026-01-05T10:00:00Z",
+            "2026-01-05T10:00:00Z"},
+        {"the first excluded, the second moved",
+            with(rule + "EXDATE:20260105T100000Z\n") +
+                exception(":20260106T100000Z", "20260201T100000Z"),
+            "2026-01-06T10:00:00Z", "2026-02-01T10:00:00Z"},
+        {"all replaced",
+            exception(":20260106T100000Z", "20260202T100000Z") + with("") +
+                exception(":20260105T100000Z", "20260201T100000Z"),
+            "2026-01-05T10:00:00Z", "2026-02-01T10:00:00Z"},
+        {"only exceptions",
+            exception(":20260106T100000Z", "20260101T100000Z") +
+                exception(":20260105T100000Z", "20260201T100000Z"),
+            "2026-01-05T10:00:00Z", "2026-02-01T10:00:00Z"},
+        {"an added date before the start", with("RDATE:20260101T100000Z\n"), "2026-01-01T10:00:00Z",
+            "2026-01-01T10:00:00Z"},
+        {"an exception to nothing before the start",
+            with(rule) + exception(":20260101T100000Z", "20260301T100000Z"), "2026-01-01T10:00:00Z",
+            "2026-03-01T10:00:00Z"},
+        {"all excluded but an exception",
+            with("EXDATE:20260105T100000Z\n") + exception(":20260106T100000Z", "20260201T100000Z"),
+            "2026-01-06T10:00:00Z", "2026-02-01T10:00:00Z"},
+    };
+    for (const FirstCase& row : cases) {
+        const auto first = SeriesOf(row.lines)->firstStanding();
+        EXPECT_EQ(first ? test::written(first->originalStart.instant()) : "", row.original)
+            << row.description;
+        EXPECT_EQ(first ? test::written(first->span.start) : "", row.start) << row.description;
+    }
+}
+
+struct StandingCase {
+    std::string description;
+    std::string lines;
+    std::string original;
+    std::string start;
+};
+
+TEST(TheOccurrenceOfAnOriginalStart, IsFoundWhereItStands) {
+    const std::string rule = "RRULE:FREQ=DAILY;COUNT=3\n";
+    const std::vector<StandingCase> cases{
+        {"a single event", with(""), "2026-01-05T10:00:00Z", "2026-01-05T10:00:00Z"},
+        {"of the rule", with(rule), "2026-01-06T10:00:00Z", "2026-01-06T10:00:00Z"},
+        {"after the end of the rule", with(rule), "2026-01-08T10:00:00Z", ""},
+        {"before the start", with(rule), "2026-01-04T10:00:00Z", ""},
+        {"between two", with(rule), "2026-01-06T10:00:01Z", ""},
+        {"excluded", with(rule + "EXDATE:20260106T100000Z\n"), "2026-01-06T10:00:00Z", ""},
+        {"excluded by its day", with(rule + "EXDATE;VALUE=DATE:20260106\n"), "2026-01-06T10:00:00Z",
+            ""},
+        {"replaced", with(rule) + exception(":20260106T100000Z", "20260201T100000Z"),
+            "2026-01-06T10:00:00Z", "2026-02-01T10:00:00Z"},
+        {"replaced by its day", with(rule) + exception(";VALUE=DATE:20260106", "20260201T100000Z"),
+            "2026-01-06T10:00:00Z", ""},
+        {"where the exception was moved to",
+            with(rule) + exception(":20260106T100000Z", "20260201T100000Z"), "2026-02-01T10:00:00Z",
+            ""},
+        {"an exception to nothing", with(rule) + exception(":20260301T100000Z", "20260201T100000Z"),
+            "2026-03-01T10:00:00Z", "2026-02-01T10:00:00Z"},
+        {"an added date", with("RDATE:20260301T100000Z\n"), "2026-03-01T10:00:00Z",
+            "2026-03-01T10:00:00Z"},
+    };
+    const support::ScopedTimeZone local("UTC");
+    for (const StandingCase& row : cases) {
+        const auto found = SeriesOf(row.lines)->standingAt(at(row.original));
+        EXPECT_EQ(found ? test::written(found->span.start) : "", row.start) << row.description;
+    }
+}
+
+// The one that firstStanding gives is the one that its original start leads back to.
+TEST(TheOccurrenceOfAnOriginalStart, IsOfTheFirstOfTwoEventsAlike) {
+    const SeriesOf series(
+        "BEGIN:VEVENT\nUID:s\nDTSTART:20260105T100000Z\nSUMMARY:one\nEND:VEVENT\n"
+        "BEGIN:VEVENT\nUID:s\nDTSTART:20260105T100000Z\nSUMMARY:two\nEND:VEVENT\n");
+    const auto first = series->firstStanding();
+    const auto found = series->standingAt(at("2026-01-05T10:00:00Z"));
+    ASSERT_TRUE(first && found);
+    EXPECT_EQ(first->component->component->first("SUMMARY")->value, "one");
+    EXPECT_EQ(found->component->component->first("SUMMARY")->value, "one");
+}
+
+TEST(LargeSeries, KeepEveryOneOf100000Exclusions) {
+    std::string lines = "DTSTART:20260105T100000Z\nRRULE:FREQ=MINUTELY;COUNT=100010\n";
+    for (int i = 0; i < 100'000; ++i) {
+        const auto minute = at("2026-01-05T10:00:00Z") + std::chrono::minutes(i);
+        std::string digits;
+        for (const char c : test::written(minute))
+            if (c != '-' && c != ':')
+                digits += c;
+        lines += "EXDATE:" + digits + "\n";
+    }
+    const std::string text = eventStream(lines);
+    const auto first = at("2026-01-05T10:00:00Z") + std::chrono::minutes(100'000);
+    const auto spans = spansIn(text, "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z");
+    ASSERT_EQ(spans.size(), 10u);
+    EXPECT_EQ(spans.front(), test::written(first) + "/" + test::written(first));
+    const auto found = findEvent(text, "e");
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->event.start, first);
+}
+
+TEST(LargeSeries, KeepEveryOneOf20000Exceptions) {
+    std::string lines =
+        "BEGIN:VEVENT\nUID:s\nDTSTART:20000101T100000Z\nRRULE:FREQ=DAILY\nEND:VEVENT\n";
+    const auto start = at("2000-01-01T10:00:00Z");
+    for (int i = 0; i < 20'000; ++i) {
+        std::string digits;
+        for (const char c : test::written(start + std::chrono::days(i)))
+            if (c != '-' && c != ':')
+                digits += c;
+        lines += "BEGIN:VEVENT\nUID:s\nRECURRENCE-ID:" + digits + "\nDTSTART:" + digits +
+                 "\nDURATION:PT1H\nEND:VEVENT\n";
+    }
+    const auto spans = spansIn(stream(lines), "2026-01-01T00:00:00Z", "2026-01-03T00:00:00Z");
+    EXPECT_EQ(spans, (std::vector<std::string>{"2026-01-01T10:00:00Z/2026-01-01T11:00:00Z",
+                         "2026-01-02T10:00:00Z/2026-01-02T11:00:00Z"}));
+}
+
+TEST(LargeSeries, AreCutAfter100000Occurrences) {
+    EXPECT_EQ(spansIn(eventStream("DTSTART:20260101T000000Z\nRRULE:FREQ=SECONDLY\n"),
+                  "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z")
+                  .size(),
+        100'000u);
+}
+
+// A zone that skips and repeats without end puts nothing in order.
+TEST(LargeSeries, InAZoneOfNothingButGapsComeToAnEnd) {
+    const std::string zone = "BEGIN:VTIMEZONE\nTZID:Own\nBEGIN:STANDARD\nDTSTART:20260101T000000\n"
+                             "RRULE:FREQ=HOURLY;INTERVAL=2\nTZOFFSETFROM:-2359\n"
+                             "TZOFFSETTO:+2359\nEND:STANDARD\nBEGIN:DAYLIGHT\n"
+                             "DTSTART:20260101T010000\nRRULE:FREQ=HOURLY;INTERVAL=2\n"
+                             "TZOFFSETFROM:+2359\nTZOFFSETTO:-2359\nEND:DAYLIGHT\nEND:VTIMEZONE\n";
+    const std::string text = stream(zone + "BEGIN:VEVENT\nUID:e\nDTSTART;TZID=Own:20260101T000000\n"
+                                           "RRULE:FREQ=SECONDLY\nEND:VEVENT\nBEGIN:VEVENT\nUID:f\n"
+                                           "DTSTART:20260105T100000Z\nEND:VEVENT\n");
+    const auto spans = spansIn(text, "2026-01-05T00:00:00Z", "2026-01-06T00:00:00Z");
+    EXPECT_GT(std::count(spans.begin(), spans.end(), mornings({"05"}).front()), 0);
+    EXPECT_LE(spans.size(), 100'001u);
+}
+
+// Rules that never match must not be searched for through all years, each of them.
+TEST(LargeSeries, OfManyRulesThatNeverMatchAreFound) {
+    std::string lines = "DTSTART:20260105T100000Z\n";
+    for (int i = 0; i < 2'000; ++i)
+        lines += "RRULE:FREQ=DAILY;BYMONTH=2;BYMONTHDAY=30\n";
+    const std::string text = eventStream(lines);
+    EXPECT_EQ(spansIn(text, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"), mornings({"05"}));
+    EXPECT_TRUE(spansIn(text, "2026-02-01T00:00:00Z", "2026-03-01T00:00:00Z").empty());
+}
+
+} // namespace
+} // namespace quenbrook::platform::icalendar
