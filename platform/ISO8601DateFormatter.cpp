@@ -5,7 +5,6 @@
 #include <chrono>
 
 namespace quenbrook::platform {
-
 namespace {
 
 using std::chrono::days;

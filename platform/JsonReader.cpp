@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 
 namespace quenbrook::platform {
-
 namespace {
 
 // The parser's own descriptions are dropped: they quote raw bytes of the text.

@@ -4,7 +4,6 @@
 #include <cstring>
 
 namespace quenbrook::platform {
-
 namespace {
 
 // The letter after the reverse solidus; 'u' where there is no short form, 0 for what needs none.

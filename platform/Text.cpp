@@ -14,7 +14,6 @@
 #include <unicode/utf8.h>
 
 namespace quenbrook::platform {
-
 namespace {
 
 void check(UErrorCode status) {

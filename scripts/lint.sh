@@ -57,6 +57,16 @@ report "what the program sees must not include a store's header" "$(
     grep -nE '^#include "platform/[^"]*/' platform/*.h
 )"
 
+report "every branch has braces" "$(
+    # shellcheck disable=SC2046
+    grep -nE '^ *(\} )?(else )?(if|for|while) .*\)$|^ *(\} )?else$' $(sources src platform tests)
+)"
+report "namespaces open on lines that follow each other" "$(
+    # shellcheck disable=SC2046
+    awk '/^namespace \{/ && last == "" && before ~ /^namespace/ { print FILENAME ":" FNR }
+        { before = last; last = $0 }' $(sources src platform tests)
+)"
+
 report "no test is skipped" "$(
     grep -rnE --include='*.h' --include='*.cpp' --include='*.mm' --include='*.py' \
         'GTEST_[S]KIP|DISABLE[D]_|[s]kipTest|unittest\.[s]kip|[S]kipTest' tests

@@ -3,7 +3,6 @@
 #include <cstdlib>
 
 namespace quenbrook {
-
 namespace {
 
 std::int64_t secondsBefore(std::int64_t minutes) {

@@ -6,7 +6,6 @@
 #include "src/RecurrenceRuleBuilder.h"
 
 namespace quenbrook {
-
 namespace {
 
 platform::EventChanges newEvent(const CreateEventRequest& request) {

@@ -5,7 +5,6 @@
 #include <utility>
 
 namespace quenbrook {
-
 namespace {
 
 // In the order of ErrorCase.

@@ -8,7 +8,6 @@
 #include <utility>
 
 namespace quenbrook {
-
 namespace {
 
 std::vector<platform::Calendar> knownCalendars(

@@ -8,7 +8,6 @@
 #include <algorithm>
 
 namespace quenbrook {
-
 namespace {
 
 constexpr std::int64_t largestInterval = 366;

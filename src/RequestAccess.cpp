@@ -7,7 +7,6 @@
 #include <utility>
 
 namespace quenbrook {
-
 namespace {
 
 // The platform's authorization statuses.

@@ -6,7 +6,6 @@
 #include "src/WriteError.h"
 
 namespace quenbrook {
-
 namespace {
 
 // Bytes that are no text count as no request at all.

@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 namespace quenbrook {
-
 namespace {
 
 // Whether a call that failed may be tried again; waits until that makes sense.

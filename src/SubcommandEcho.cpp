@@ -2,7 +2,6 @@
 #include "src/Subcommands.h"
 
 namespace quenbrook {
-
 namespace {
 
 constexpr std::size_t longestEcho = 64;

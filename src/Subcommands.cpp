@@ -7,7 +7,6 @@
 #include <array>
 
 namespace quenbrook {
-
 namespace {
 
 void listCalendars(EventStoreClient& client, std::string_view, const Streams& streams) {

@@ -5,7 +5,6 @@
 #include "src/RecurrenceRuleBuilder.h"
 
 namespace quenbrook {
-
 namespace {
 
 platform::EventChanges changesOf(const UpdateEventPatch& patch) {

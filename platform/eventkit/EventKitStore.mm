@@ -22,7 +22,6 @@
 namespace quenbrook::platform {
 
 namespace eventkit {
-
 namespace {
 
 // Unlike @autoreleasepool it is drained when an exception leaves the scope, too.

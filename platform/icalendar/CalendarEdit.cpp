@@ -87,8 +87,9 @@ class StreamChange {
     void removeAllBut(const EventComponent* kept) {
         for (const auto& components : {series_->masters(), series_->exceptions()}) {
             for (const EventComponent& each : components) {
-                if (&each != kept)
+                if (&each != kept) {
                     remove(each);
+                }
             }
         }
     }
@@ -113,8 +114,9 @@ class StreamChange {
         const auto& named =
             dates.start && dates.start->form == DateTime::Form::zoned ? dates.start : dates.end;
         if (!named || named->form != DateTime::Form::zoned || names(event, named->zoneIdentifier) ||
-            definesZone(text_, stream_.outline(), named->zoneIdentifier))
+            definesZone(text_, stream_.outline(), named->zoneIdentifier)) {
             return;
+        }
         edit_.insert((*event.component).range.begin,
             writeVTimeZone(named->zoneIdentifier, named->zone, named->instant(), lineEnd_));
     }
@@ -123,16 +125,19 @@ class StreamChange {
     static std::string lineFor(
         std::string_view name, const DateTime& value, const EventComponent& master) {
         const Property* start = (*master.component).first("DTSTART");
-        if (value.form != master.start.form || value.zoneIdentifier != master.start.zoneIdentifier)
+        if (value.form != master.start.form ||
+            value.zoneIdentifier != master.start.zoneIdentifier) {
             return dateTimeProperty(name, value);
+        }
         return withValue({name, start->parameters, {}}, formatDateTime(value));
     }
 
     std::size_t lastOfSeries() const {
         std::size_t last = 0;
         for (const auto& components : {series_->masters(), series_->exceptions()}) {
-            for (const EventComponent& each : components)
+            for (const EventComponent& each : components) {
                 last = std::max(last, (*each.component).range.end);
+            }
         }
         return last;
     }
@@ -140,8 +145,9 @@ class StreamChange {
     // A text that ends without a line feed would have the next line glued to its last.
     std::string onLinesOfItsOwn(std::string component) const {
         const bool unended = text_[lastOfSeries() - 1] != '\n';
-        if (!component.ends_with('\n'))
+        if (!component.ends_with('\n')) {
             component += lineEnd_;
+        }
         return (unended ? std::string(lineEnd_) : std::string()) + component;
     }
 
@@ -154,13 +160,16 @@ class StreamChange {
 
 // Whether the changes bring rules other than those that the series has.
 bool bringsOtherRules(const Series& series, const EventChanges& changes) {
-    if (!changes.recurrenceRules)
+    if (!changes.recurrenceRules) {
         return false;
+    }
     const EventComponent* master = series.master();
-    if (!master)
+    if (!master) {
         return !changes.recurrenceRules->empty();
-    if (changes.recurrenceRules->empty() && master->recurs())
+    }
+    if (changes.recurrenceRules->empty() && master->recurs()) {
         return true;
+    }
     const auto& wanted = *changes.recurrenceRules;
     return !std::equal(wanted.begin(), wanted.end(), master->rules.begin(), master->rules.end(),
         [&](const RecurrenceRule& rule, const Recur& present) {
@@ -193,15 +202,17 @@ std::string line(std::string_view name, std::string_view value) {
 
 std::optional<std::string> newStream(
     std::string_view uid, const EventChanges& changes, Instant now) {
-    if (!canHold(changes) || !changes.start || !changes.end || *changes.end < *changes.start)
+    if (!canHold(changes) || !changes.start || !changes.end || *changes.end < *changes.start) {
         return std::nullopt;
+    }
     const bool isAllDay = changes.isAllDay.value_or(false);
     const auto start =
         isAllDay ? firstDay(*changes.start) : timedValue(*changes.start, WritingZone::local());
     const auto end = isAllDay ? dayAfterLast(*changes.start, *changes.end)
                               : timedValue(*changes.end, WritingZone::local());
-    if (!start || !end)
+    if (!start || !end) {
         return std::nullopt;
+    }
 
     const std::string stamp = utcText(now);
     std::string text = line("BEGIN", "VCALENDAR") + line("VERSION", "2.0") +
@@ -216,8 +227,9 @@ std::optional<std::string> newStream(
             line("CREATED", stamp) + line("LAST-MODIFIED", stamp) + line("SEQUENCE", "0") +
             foldLine(dateTimeProperty("DTSTART", *start), crlf);
     // An event without length has no DTEND: it would have to be later (RFC 5545 section 3.8.2.2).
-    if (end->instant() != start->instant())
+    if (end->instant() != start->instant()) {
         text += foldLine(dateTimeProperty("DTEND", *end), crlf);
+    }
     text += line("END", "VEVENT") + line("END", "VCALENDAR");
 
     const Outline outline = outlineOf(text);
@@ -235,15 +247,17 @@ std::optional<std::string> updatedStream(
     StreamChange change(text, key.uid);
     const Series* series = change.series();
     const auto occurrence = series ? occurrenceOf(*series, key) : std::nullopt;
-    if (!occurrence || !canHold(changes))
+    if (!occurrence || !canHold(changes)) {
         return std::nullopt;
+    }
     const bool otherRules = series->recurs() && bringsOtherRules(*series, changes);
     const bool newException = series->recurs() && !otherRules && !isException(*occurrence) &&
                               occurrence->component->recurs();
     const auto dates =
         planDates(*occurrence->component, occurrence->span, changes, otherRules || newException);
-    if (!dates)
+    if (!dates) {
         return std::nullopt;
+    }
 
     if (otherRules) {
         change.rewriteSeries(*occurrence, *dates, changes, now);
@@ -251,8 +265,9 @@ std::optional<std::string> updatedStream(
         change.addException(*occurrence, *dates, changes, now);
     } else {
         EventChanges inPlace = changes;
-        if (series->recurs())
+        if (series->recurs()) {
             inPlace.recurrenceRules.reset();
+        }
         change.changeInPlace(*occurrence->component, *dates, inPlace, now);
     }
     // An event that grew past what is read (by alarms without end, say) would be as good as lost.
@@ -264,14 +279,17 @@ std::optional<std::string> streamWithout(std::string_view text, const EventKey& 
     StreamChange change(text, key.uid);
     const Series* series = change.series();
     const auto occurrence = series ? occurrenceOf(*series, key) : std::nullopt;
-    if (!occurrence)
+    if (!occurrence) {
         return std::nullopt;
+    }
     const EventComponent* owner = ownerOf(*series, *occurrence);
-    if (isException(*occurrence) || !owner->recurs())
+    if (isException(*occurrence) || !owner->recurs()) {
         change.remove(*occurrence->component);
+    }
     // Without its exception even an event that does not recur would be there again.
-    if (owner && (owner->recurs() || isException(*occurrence)))
+    if (owner && (owner->recurs() || isException(*occurrence))) {
         change.exclude(*owner, occurrence->originalStart, now);
+    }
     std::string without = change.result();
 
     // With its last occurrence excluded, the series goes as a whole.

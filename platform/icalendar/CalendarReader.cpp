@@ -19,8 +19,9 @@ DayRange daysAround(Instant from, Instant until) {
 
 FoundEvent found(const Series& series, const Occurrence& occurrence) {
     FoundEvent event{{occurrence.component->uid, std::nullopt}, eventOf(series, occurrence)};
-    if (series.recurs())
+    if (series.recurs()) {
         event.key.originalStart = occurrence.originalStart.instant();
+    }
     return event;
 }
 
@@ -48,8 +49,9 @@ std::vector<Summaries> candidates(const Outline& outline, const DayRange& wanted
     std::unordered_map<std::string_view, std::size_t> places;
     for (const EventSummary& event : outline.events) {
         const auto [place, isNew] = places.emplace(event.uid, groups.size());
-        if (isNew)
+        if (isNew) {
             groups.emplace_back();
+        }
         groups[place->second].push_back(&event);
     }
     std::erase_if(groups, [&](const Summaries& group) {
@@ -71,14 +73,16 @@ std::vector<FoundEvent> RangeQuery::eventsIn(std::string_view text) const {
     std::size_t size = 0;
     for (const Summaries& group : candidates(stream.outline(), daysAround(from_, until_))) {
         const auto series = stream.series(group);
-        if (!series)
+        if (!series) {
             continue;
+        }
         for (const Occurrence& occurrence : series->occurrencesIn(from_, until_)) {
             events.push_back(found(*series, occurrence));
             size += sizeOf(occurrence, events.back().event);
             // One of each is found in any case.
-            if (size > maximumSize)
+            if (size > maximumSize) {
                 break;
+            }
         }
     }
     return events;

@@ -22,15 +22,18 @@ std::unique_ptr<const Series> CalendarStream::series(
     std::size_t values = 0;
     for (const EventSummary* component : components) {
         auto event = readEventComponent(text_, component->range, zones());
-        if (!event)
+        if (!event) {
             continue;
+        }
         values += 1 + event->listedValues();
-        if (values > maximumValues)
+        if (values > maximumValues) {
             return nullptr;
+        }
         events.push_back(std::move(*event));
     }
-    if (events.empty())
+    if (events.empty()) {
         return nullptr;
+    }
     budget_.grant(stepsForEachSeries);
     return std::make_unique<const Series>(std::move(events), budget_);
 }
@@ -38,15 +41,17 @@ std::unique_ptr<const Series> CalendarStream::series(
 std::unique_ptr<const Series> CalendarStream::series(std::string_view uid) {
     std::vector<const EventSummary*> components;
     for (const EventSummary& event : outline_.events) {
-        if (event.uid == uid)
+        if (event.uid == uid) {
             components.push_back(&event);
+        }
     }
     return series(components);
 }
 
 TimeZones& CalendarStream::zones() {
-    if (!zones_)
+    if (!zones_) {
         zones_.emplace(Zone::local(), text_, outline_.timeZones);
+    }
     return *zones_;
 }
 

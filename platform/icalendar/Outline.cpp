@@ -25,8 +25,9 @@ bool isOutermost(std::string_view name) {
 // properties that hold dates and rules.
 constexpr std::array<bool, 256> mattering = [] {
     std::array<bool, 256> letters{};
-    for (const char letter : std::string_view("BbEeUuDdRr"))
+    for (const char letter : std::string_view("BbEeUuDdRr")) {
         letters[static_cast<unsigned char>(letter)] = true;
+    }
     return letters;
 }();
 
@@ -45,10 +46,11 @@ class OutlineReader {
             const bool matters = mattering[static_cast<unsigned char>(text_[position_])];
             const std::size_t feed = text_.find('\n', position_);
             position_ = feed == std::string_view::npos ? text_.size() : feed + 1;
-            if (matters)
+            if (matters) {
                 take(logicalLine(feed));
-            else
+            } else {
                 skipContinuations();
+            }
         }
         abandon();
         return std::move(outline_);
@@ -60,17 +62,20 @@ class OutlineReader {
     }
 
     void skipContinuations() {
-        while (continues())
+        while (continues()) {
             position_ = physicalLineAt(text_, position_)->next;
+        }
     }
 
     // The line from lineBegin_ to its line feed, with what continues it.
     std::string_view logicalLine(std::size_t feed) {
         std::string_view line = text_.substr(lineBegin_, feed - lineBegin_);
-        if (feed != std::string_view::npos && line.ends_with('\r'))
+        if (feed != std::string_view::npos && line.ends_with('\r')) {
             line.remove_suffix(1);
-        if (!continues())
+        }
+        if (!continues()) {
             return line;
+        }
         unfolded_ = line;
         while (continues()) {
             const PhysicalLine more = *physicalLineAt(text_, position_);
@@ -81,15 +86,18 @@ class OutlineReader {
     }
 
     void take(std::string_view line) {
-        if (line.empty())
+        if (line.empty()) {
             return;
+        }
         const char first = static_cast<char>(line.front() | 0x20);
-        if (first == 'b' && line.size() > 6 && equalsIgnoringCase(line.substr(0, 6), "BEGIN:"))
+        if (first == 'b' && line.size() > 6 && equalsIgnoringCase(line.substr(0, 6), "BEGIN:")) {
             begin(line.substr(6));
-        else if (first == 'e' && line.size() > 4 && equalsIgnoringCase(line.substr(0, 4), "END:"))
+        } else if (first == 'e' && line.size() > 4 &&
+                   equalsIgnoringCase(line.substr(0, 4), "END:")) {
             end(line.substr(4));
-        else if (depth_ == 1 && isEvent_)
+        } else if (depth_ == 1 && isEvent_) {
             property(line, first);
+        }
     }
 
     void begin(std::string_view name) {
@@ -118,10 +126,11 @@ class OutlineReader {
             abandon();
             inCalendar_ = false;
         } else if (depth_ > 0 && --depth_ == 0) {
-            if (equalsIgnoringCase(name, name_))
+            if (equalsIgnoringCase(name, name_)) {
                 complete();
-            else
+            } else {
                 ++outline_.broken;
+            }
         }
     }
 
@@ -137,8 +146,9 @@ class OutlineReader {
         } else if (!isEvent_) {
             ++outline_.others;
         } else {
-            if (daysKnown_ && start_)
+            if (daysKnown_ && start_) {
                 event_.days = DayRange{*start_, std::max(*start_, last_.value_or(*start_))};
+            }
             outline_.events.push_back(std::move(event_));
         }
     }
@@ -148,8 +158,9 @@ class OutlineReader {
             line.substr(0, std::min(line.find_first_of(";:"), line.size()));
         // Of a property that is there twice, the first counts.
         if (first == 'u' && event_.uid.empty() && equalsIgnoringCase(name, "UID")) {
-            if (const auto content = parseContentLine(line))
+            if (const auto content = parseContentLine(line)) {
                 event_.uid = decodeText(content->value);
+            }
         } else if (first == 'd' && !hasStart_ && equalsIgnoringCase(name, "DTSTART")) {
             hasStart_ = true;
             start_ = dayOf(line);
@@ -176,8 +187,9 @@ class OutlineReader {
     static std::optional<sys_days> untilOf(std::string_view line) {
         constexpr std::string_view part = "UNTIL=";
         const std::size_t at = line.find(part);
-        if (at == std::string_view::npos)
+        if (at == std::string_view::npos) {
             return std::nullopt;
+        }
         return parseDate(line.substr(at + part.size()).substr(0, 8));
     }
 
@@ -203,12 +215,15 @@ class OutlineReader {
 } // namespace
 
 bool EventSummary::mayTouch(const DayRange& wanted) const {
-    if (!days || hasAddedDates)
+    if (!days || hasAddedDates) {
         return true;
-    if (days->first > wanted.last)
+    }
+    if (days->first > wanted.last) {
         return false;
-    if (!hasRule)
+    }
+    if (!hasRule) {
         return days->last >= wanted.first;
+    }
     // The first occurrence is there whatever the rule says.
     return !until ||
            std::max(*until, days->first) + (days->last - days->first) + std::chrono::days(2) >=

@@ -41,22 +41,25 @@ std::optional<std::string> propertyOf(const Folder& folder, std::string_view nam
     FileReader reader;
     const FolderEntry entry{std::string(name), FolderEntry::Kind::file, true};
     const auto content = reader.read(folder, entry, maximumPropertySize);
-    if (!content || !isValidUTF8(*content))
+    if (!content || !isValidUTF8(*content)) {
         return std::nullopt;
+    }
     const std::string_view text = trimmed(*content);
     return text.empty() ? std::nullopt : std::optional(std::string(text));
 }
 
 std::optional<Color> colorOf(std::string_view text) {
-    if ((text.size() != 7 && text.size() != 9) || text[0] != '#')
+    if ((text.size() != 7 && text.size() != 9) || text[0] != '#') {
         return std::nullopt;
+    }
     constexpr std::string_view digits = "0123456789abcdef";
     std::array<int, 4> components{};
     for (std::size_t i = 1; i < text.size(); ++i) {
         const std::size_t digit = digits.find(
             text[i] >= 'A' && text[i] <= 'F' ? static_cast<char>(text[i] - 'A' + 'a') : text[i]);
-        if (digit == std::string_view::npos)
+        if (digit == std::string_view::npos) {
             return std::nullopt;
+        }
         int& component = components.at((i - 1) / 2);
         component = component * 16 + static_cast<int>(digit);
     }
@@ -88,8 +91,9 @@ CalendarFolder calendarFolder(const std::string& path, const std::string& name,
 std::vector<CalendarFolder> calendarFolders(const Folder& root) {
     std::vector<CalendarFolder> found;
     for (const FolderEntry& top : root.entries()) {
-        if (!isFolder(top))
+        if (!isFolder(top)) {
             continue;
+        }
         const std::optional<Folder> folder = root.openFolder(top.name);
         const std::vector<FolderEntry> entries =
             folder ? folder->entries() : std::vector<FolderEntry>();
@@ -100,8 +104,9 @@ std::vector<CalendarFolder> calendarFolders(const Folder& root) {
         const Source account{propertyOf(*folder, "displayname").value_or(repairedUTF8(top.name)),
             sourceTypeOf(propertyOf(*folder, "type").value_or(std::string(defaultSourceType)))};
         for (const FolderEntry& inner : entries) {
-            if (!isFolder(inner))
+            if (!isFolder(inner)) {
                 continue;
+            }
             found.push_back(calendarFolder(
                 top.name + "/" + inner.name, inner.name, folder->openFolder(inner.name), account));
         }

@@ -18,8 +18,9 @@ constexpr mode_t privateMode = 0600;
 void syncToDisk(int descriptor) {
 #ifdef __APPLE__
     // fsync alone leaves the bytes in the drive's own cache.
-    if (uninterrupted([&] { return ::fcntl(descriptor, F_FULLFSYNC); }) != -1)
+    if (uninterrupted([&] { return ::fcntl(descriptor, F_FULLFSYNC); }) != -1) {
         return;
+    }
 #endif
     checked("fsync", [&] { return ::fsync(descriptor); });
 }
@@ -28,10 +29,12 @@ bool isStill(const Folder& folder, const std::string& name, const FileIdentity& 
     struct stat status {};
     const int result = uninterrupted(
         [&] { return ::fstatat(folder.descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW); });
-    if (result == -1 && errno == ENOENT)
+    if (result == -1 && errno == ENOENT) {
         return false;
-    if (result == -1)
+    }
+    if (result == -1) {
         throwSystemError("fstatat");
+    }
     return FileIdentity(status) == expected;
 }
 
@@ -45,14 +48,16 @@ class UnfinishedFile {
             checked("unlinkat", [&] { return ::unlinkat(folder_.descriptor(), temporaryName, 0); });
             file_ = FileDescriptor(openNew());
         }
-        if (!file_.isOpen())
+        if (!file_.isOpen()) {
             throwSystemError("openat");
+        }
     }
     UnfinishedFile(const UnfinishedFile&) = delete;
     UnfinishedFile& operator=(const UnfinishedFile&) = delete;
     ~UnfinishedFile() {
-        if (!kept_)
+        if (!kept_) {
             ::unlinkat(folder_.descriptor(), name_.c_str(), 0);
+        }
     }
 
     void write(std::string_view text) {
@@ -106,10 +111,12 @@ class UnfinishedFile {
         const int renamed = uninterrupted([&] {
             return ::renameat2(folder, temporaryName, folder, name.c_str(), RENAME_NOREPLACE);
         });
-        if (renamed == 0)
+        if (renamed == 0) {
             return;
-        if (errno != EINVAL && errno != ENOSYS)
+        }
+        if (errno != EINVAL && errno != ENOSYS) {
             throwSystemError("renameat2");
+        }
         // File systems that cannot do that can make a second link, which never replaces either.
         checked("linkat", [&] { return ::linkat(folder, temporaryName, folder, name.c_str(), 0); });
         // The first one stays if it must: the next write clears it away.
@@ -144,8 +151,9 @@ bool replaceDurably(const Folder& folder, const std::string& name, std::string_v
     file.write(text);
     file.adopt(expected);
     file.sync();
-    if (!isStill(folder, name, expected))
+    if (!isStill(folder, name, expected)) {
         return false;
+    }
     file.renameOver(name);
     // There is no way back: the old content is gone.
     file.keep();
@@ -154,8 +162,9 @@ bool replaceDurably(const Folder& folder, const std::string& name, std::string_v
 }
 
 bool removeDurably(const Folder& folder, const std::string& name, const FileIdentity& expected) {
-    if (!isStill(folder, name, expected))
+    if (!isStill(folder, name, expected)) {
         return false;
+    }
     checked("unlinkat", [&] { return ::unlinkat(folder.descriptor(), name.c_str(), 0); });
     syncFolder(folder);
     return true;

@@ -19,8 +19,9 @@ class FileDescriptor {
         return *this;
     }
     ~FileDescriptor() {
-        if (isOpen())
+        if (isOpen()) {
             ::close(descriptor_);
+        }
     }
 
     bool isOpen() const { return descriptor_ >= 0; }

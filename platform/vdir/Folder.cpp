@@ -22,23 +22,28 @@ struct CloseDirectory {
 using Directory = std::unique_ptr<DIR, CloseDirectory>;
 
 FolderEntry::Kind kindOf(mode_t mode) {
-    if (S_ISREG(mode))
+    if (S_ISREG(mode)) {
         return FolderEntry::Kind::file;
+    }
     return S_ISDIR(mode) ? FolderEntry::Kind::folder : FolderEntry::Kind::other;
 }
 
 FolderEntry entryOf(const Folder& folder, const dirent& item) {
-    if (item.d_type == DT_REG)
+    if (item.d_type == DT_REG) {
         return {item.d_name, FolderEntry::Kind::file, false};
-    if (item.d_type == DT_DIR)
+    }
+    if (item.d_type == DT_DIR) {
         return {item.d_name, FolderEntry::Kind::folder, false};
-    if (item.d_type != DT_LNK && item.d_type != DT_UNKNOWN)
+    }
+    if (item.d_type != DT_LNK && item.d_type != DT_UNKNOWN) {
         return {item.d_name, FolderEntry::Kind::other, false};
+    }
     struct stat link {};
     struct stat target {};
     if (::fstatat(folder.descriptor(), item.d_name, &link, AT_SYMLINK_NOFOLLOW) != 0 ||
-        ::fstatat(folder.descriptor(), item.d_name, &target, 0) != 0)
+        ::fstatat(folder.descriptor(), item.d_name, &target, 0) != 0) {
         return {item.d_name, FolderEntry::Kind::other, item.d_type == DT_LNK};
+    }
     return {item.d_name, kindOf(target.st_mode), S_ISLNK(link.st_mode)};
 }
 
@@ -85,12 +90,14 @@ std::vector<FolderEntry> Folder::entries() const {
     // The stream takes its descriptor over and moves its position, so it gets one of its own.
     FileDescriptor own(uninterrupted([&] { return ::openat(descriptor(), ".", folderFlags); }));
     const Directory directory(own.isOpen() ? ::fdopendir(own.get()) : nullptr);
-    if (!directory)
+    if (!directory) {
         return found;
+    }
     own.release();
     while (const dirent* item = ::readdir(directory.get())) {
-        if (item->d_name[0] != '.')
+        if (item->d_name[0] != '.') {
             found.push_back(entryOf(*this, *item));
+        }
     }
     return found;
 }
@@ -117,49 +124,61 @@ FileIdentity::FileIdentity(const struct stat& status)
 
 std::optional<std::string_view> FileReader::read(
     const Folder& folder, const FolderEntry& entry, std::size_t sizeLimit) {
-    if (entry.kind != FolderEntry::Kind::file)
+    if (entry.kind != FolderEntry::Kind::file) {
         return std::nullopt;
+    }
     const int follow = entry.isLink ? 0 : O_NOFOLLOW;
     const FileDescriptor file(uninterrupted(
         [&] { return ::openat(folder.descriptor(), entry.name.c_str(), fileFlags | follow); }));
-    if (!file.isOpen())
+    if (!file.isOpen()) {
         return std::nullopt;
+    }
     // What a listing called a regular file needs no second look.
-    if (entry.isLink && !isRegular(file))
+    if (entry.isLink && !isRegular(file)) {
         return std::nullopt;
-    if (buffer_.size() < firstRead)
+    }
+    if (buffer_.size() < firstRead) {
         buffer_.resize(firstRead);
+    }
     // Nearly every file comes whole with one call: fewer bytes than asked for are all there are.
     const ssize_t count =
         uninterrupted([&] { return ::read(file.get(), buffer_.data(), firstRead); });
-    if (count < 0)
+    if (count < 0) {
         return std::nullopt;
+    }
     const auto length = static_cast<std::size_t>(count);
-    if (length > sizeLimit)
+    if (length > sizeLimit) {
         return std::nullopt;
-    if (length < firstRead)
+    }
+    if (length < firstRead) {
         return std::string_view(buffer_.data(), length);
+    }
     buffer_.resize(length);
-    if (!isRegular(file) || !readRest(file.get(), buffer_, sizeLimit))
+    if (!isRegular(file) || !readRest(file.get(), buffer_, sizeLimit)) {
         return std::nullopt;
+    }
     return std::string_view(buffer_);
 }
 
 std::optional<FileContent> readForChange(const Folder& folder, const std::string& name) {
     const FileDescriptor file(uninterrupted(
         [&] { return ::openat(folder.descriptor(), name.c_str(), fileFlags | O_NOFOLLOW); }));
-    if (!file.isOpen() && errno == ENOENT)
+    if (!file.isOpen() && errno == ENOENT) {
         return std::nullopt;
-    if (!file.isOpen())
+    }
+    if (!file.isOpen()) {
         throwSystemError("openat");
+    }
     struct stat status {};
     checked("fstat", [&] { return ::fstat(file.get(), &status); });
-    if (!S_ISREG(status.st_mode))
+    if (!S_ISREG(status.st_mode)) {
         throw std::system_error(std::make_error_code(std::errc::invalid_argument));
+    }
     FileContent content{{}, FileIdentity(status)};
     if (static_cast<std::size_t>(status.st_size) > FileReader::maximumSize ||
-        !readRest(file.get(), content.text, FileReader::maximumSize))
+        !readRest(file.get(), content.text, FileReader::maximumSize)) {
         throw std::system_error(std::make_error_code(std::errc::file_too_large));
+    }
     return content;
 }
 

@@ -17,8 +17,9 @@ std::string randomUid() {
     constexpr std::string_view digits = "0123456789ABCDEF";
     std::string uid;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
-        if (i == 4 || i == 6 || i == 8 || i == 10)
+        if (i == 4 || i == 6 || i == 8 || i == 10) {
             uid += '-';
+        }
         uid += digits[bytes[i] >> 4];
         uid += digits[bytes[i] & 0x0F];
     }

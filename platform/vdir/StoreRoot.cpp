@@ -36,8 +36,9 @@ std::optional<std::filesystem::path> absolutePathIn(const char* variable) {
 
 Folder opened(const std::filesystem::path& path) {
     auto folder = Folder::open(path.string());
-    if (!folder)
+    if (!folder) {
         throwSystemError("open");
+    }
     return std::move(*folder);
 }
 
@@ -51,18 +52,21 @@ class UnfinishedFolder {
   public:
     explicit UnfinishedFolder(std::filesystem::path path)
         : path_(std::move(path)) {
-        if (::mkdir(path_.c_str(), privateMode) == 0)
+        if (::mkdir(path_.c_str(), privateMode) == 0) {
             return;
-        if (errno == EEXIST)
+        }
+        if (errno == EEXIST) {
             std::filesystem::remove_all(path_);
+        }
         makeFolder(path_);
     }
     UnfinishedFolder(const UnfinishedFolder&) = delete;
     UnfinishedFolder& operator=(const UnfinishedFolder&) = delete;
     ~UnfinishedFolder() {
         std::error_code ignored;
-        if (!path_.empty())
+        if (!path_.empty()) {
             std::filesystem::remove_all(path_, ignored);
+        }
     }
 
     const std::filesystem::path& path() const { return path_; }
@@ -75,11 +79,13 @@ class UnfinishedFolder {
         const int renamed = uninterrupted([&] {
             return ::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE);
         });
-        if (renamed == -1 && errno != EINVAL && errno != ENOSYS)
+        if (renamed == -1 && errno != EINVAL && errno != ENOSYS) {
             throwSystemError("renameat2");
+        }
         // A plain rename replaces no folder but an empty one.
-        if (renamed == -1)
+        if (renamed == -1) {
             checked("rename", [&] { return ::rename(path_.c_str(), name.c_str()); });
+        }
 #endif
         path_.clear();
     }
@@ -92,10 +98,12 @@ class UnfinishedFolder {
 
 std::optional<std::filesystem::path> defaultStoreRoot() {
     const std::filesystem::path below = std::filesystem::path("quenbrook") / "calendars";
-    if (const auto data = absolutePathIn("XDG_DATA_HOME"))
+    if (const auto data = absolutePathIn("XDG_DATA_HOME")) {
         return *data / below;
-    if (const auto home = absolutePathIn("HOME"))
+    }
+    if (const auto home = absolutePathIn("HOME")) {
         return *home / ".local" / "share" / below;
+    }
     return std::nullopt;
 }
 
@@ -104,18 +112,21 @@ void createStoreRoot(const std::filesystem::path& root) {
     std::filesystem::path made;
     for (const std::filesystem::path& part : parent) {
         made /= part;
-        if (::mkdir(made.c_str(), privateMode) == 0)
+        if (::mkdir(made.c_str(), privateMode) == 0) {
             syncFolder(opened(made.parent_path()));
-        else if (errno != EEXIST)
+        } else if (errno != EEXIST) {
             throwSystemError("mkdir");
+        }
     }
     const Folder beside = opened(parent);
     const FolderLock lock(beside);
     UnfinishedFolder unfinished(parent / (".unfinished-" + root.filename().string()));
-    for (const char* folder : initialFolders)
+    for (const char* folder : initialFolders) {
         makeFolder(unfinished.path() / folder);
-    for (const InitialFile& file : initialFiles)
+    }
+    for (const InitialFile& file : initialFiles) {
         createDurably(opened(unfinished.path() / file.folder), file.name, file.content);
+    }
     syncFolder(opened(unfinished.path()));
     unfinished.finishAs(root);
     syncFolder(beside);

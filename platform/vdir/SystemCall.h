@@ -10,8 +10,9 @@ namespace quenbrook::platform::vdir {
 template <class Call>
 auto uninterrupted(Call call) {
     auto result = call();
-    while (result == -1 && errno == EINTR)
+    while (result == -1 && errno == EINTR) {
         result = call();
+    }
     return result;
 }
 
@@ -24,8 +25,9 @@ auto uninterrupted(Call call) {
 template <class Call>
 auto checked(const char* name, Call call) {
     const auto result = uninterrupted(call);
-    if (result == -1)
+    if (result == -1) {
         throwSystemError(name);
+    }
     return result;
 }
 

@@ -98,8 +98,9 @@ class VdirStore : public CalendarStore {
         : path_(std::move(root)) {}
 
     std::int64_t authorizationStatus() override {
-        if (!path_)
+        if (!path_) {
             return restricted;
+        }
         return openRoot() ? fullAccess : denied;
     }
 
@@ -109,8 +110,9 @@ class VdirStore : public CalendarStore {
 
     std::vector<Calendar> calendars() override {
         std::vector<Calendar> all;
-        for (const CalendarFolder& folder : folders())
+        for (const CalendarFolder& folder : folders()) {
             all.push_back(*folder.calendar);
+        }
         return all;
     }
 
@@ -128,17 +130,21 @@ class VdirStore : public CalendarStore {
             const auto isFolder = [&](const Calendar& each) {
                 return each.identifier == folder.calendar->identifier;
             };
-            if (wanted && std::none_of(wanted->begin(), wanted->end(), isFolder))
+            if (wanted && std::none_of(wanted->begin(), wanted->end(), isFolder)) {
                 continue;
+            }
             const std::optional<Folder> opened = open(folder);
-            if (!opened)
+            if (!opened) {
                 continue;
+            }
             for (const FolderEntry& file : eventFiles(*opened)) {
                 const auto text = reader.read(*opened, file);
-                if (!text)
+                if (!text) {
                     continue;
-                for (icalendar::FoundEvent& event : query.eventsIn(*text))
+                }
+                for (icalendar::FoundEvent& event : query.eventsIn(*text)) {
                     found.push_back(completed(std::move(event), folder, file.name));
+                }
             }
         }
         std::stable_sort(found.begin(), found.end(), comesBefore);
@@ -151,13 +157,15 @@ class VdirStore : public CalendarStore {
             const bool inside = identifier.size() > calendar.size() &&
                                 identifier.starts_with(calendar) &&
                                 identifier[calendar.size()] == identifierSeparator;
-            if (!inside)
+            if (!inside) {
                 continue;
+            }
             const std::optional<Folder> opened = open(folder);
             auto found =
                 opened ? search(*opened, identifier.substr(calendar.size() + 1)) : std::nullopt;
-            if (found)
+            if (found) {
                 return completed(std::move(found->event), folder, found->file);
+            }
         }
         return std::nullopt;
     }
@@ -169,8 +177,9 @@ class VdirStore : public CalendarStore {
             const auto text = folder ? icalendar::newStream(uid, changes, now()) : std::nullopt;
             auto saved = text ? icalendar::findEvent(*text, uid) : std::nullopt;
             const auto opened = saved ? open(*folder) : std::nullopt;
-            if (!opened || !isReadable(*text))
+            if (!opened || !isReadable(*text)) {
                 return std::nullopt;
+            }
             const std::string file = uid + std::string(eventSuffix);
             const FolderLock lock(*opened);
             createDurably(*opened, file, *text);
@@ -198,8 +207,9 @@ class VdirStore : public CalendarStore {
 
     // Makes the root on the first run.
     const std::optional<Folder>& openRoot() {
-        if (!root_ && path_)
+        if (!root_ && path_) {
             root_ = Folder::open(path_->string());
+        }
         if (!root_ && path_ && errno == ENOENT) {
             // Another first run may have been faster: what counts is that the root is there.
             refusedOnSystemError([&] { return makeRoot(); });
@@ -214,8 +224,9 @@ class VdirStore : public CalendarStore {
     }
 
     const std::vector<CalendarFolder>& folders() {
-        if (!folders_)
+        if (!folders_) {
             folders_ = openRoot() ? calendarFolders(*root_) : std::vector<CalendarFolder>();
+        }
         return *folders_;
     }
 
@@ -248,8 +259,9 @@ class VdirStore : public CalendarStore {
         if (isPlainName(uid)) {
             const FolderEntry likely{
                 std::string(uid) + std::string(eventSuffix), FolderEntry::Kind::file, true};
-            if (auto found = searchIn(folder, likely, uid, reader))
+            if (auto found = searchIn(folder, likely, uid, reader)) {
                 return found;
+            }
         }
         std::vector<FolderEntry> files = eventFiles(folder);
         std::sort(
@@ -257,8 +269,9 @@ class VdirStore : public CalendarStore {
                 return left.name < right.name;
             });
         for (const FolderEntry& file : files) {
-            if (auto found = searchIn(folder, file, uid, reader))
+            if (auto found = searchIn(folder, file, uid, reader)) {
                 return found;
+            }
         }
         return std::nullopt;
     }
@@ -271,17 +284,20 @@ class VdirStore : public CalendarStore {
         return refusedOnSystemError([&] {
             const CalendarFolder* folder = writableFolder(handle.calendar);
             const std::optional<Folder> opened = folder ? open(*folder) : std::nullopt;
-            if (!opened)
+            if (!opened) {
                 return false;
+            }
             const FolderLock lock(*opened);
             for (int attempt = 0; attempt < maximumAttempts; ++attempt) {
                 const auto current = currentFile(*opened, handle);
                 const auto text =
                     current ? makeText(current->content.text, handle.key) : std::nullopt;
-                if (!text || !isReadable(*text))
+                if (!text || !isReadable(*text)) {
                     return false;
-                if (save(*opened, *current, *text))
+                }
+                if (save(*opened, *current, *text)) {
                     return true;
+                }
             }
             return false;
         });
@@ -295,8 +311,9 @@ class VdirStore : public CalendarStore {
     // The event may have moved to another file since it was read.
     static std::optional<CurrentFile> currentFile(const Folder& folder, const VdirHandle& handle) {
         auto content = readForChange(folder, handle.file);
-        if (content && icalendar::findEvent(content->text, handle.key.uid))
+        if (content && icalendar::findEvent(content->text, handle.key.uid)) {
             return CurrentFile{handle.file, std::move(*content)};
+        }
         const auto found = search(folder, handle.key.uid);
         auto moved = found ? readForChange(folder, found->file) : std::nullopt;
         return moved ? std::optional(CurrentFile{found->file, std::move(*moved)}) : std::nullopt;

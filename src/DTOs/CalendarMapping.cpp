@@ -6,7 +6,6 @@
 #include <utility>
 
 namespace quenbrook {
-
 namespace {
 
 // By the platform's source types; MobileMe (3) went over to CalDAV.

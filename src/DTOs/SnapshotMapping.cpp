@@ -11,7 +11,6 @@
 #include <vector>
 
 namespace quenbrook {
-
 namespace {
 
 // By the platform's participant statuses.

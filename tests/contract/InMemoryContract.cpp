@@ -5,7 +5,6 @@
 #include <utility>
 
 namespace quenbrook::contract {
-
 namespace {
 
 using platform::Calendar;

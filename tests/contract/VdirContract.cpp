@@ -11,7 +11,6 @@
 #include <sstream>
 
 namespace quenbrook::contract {
-
 namespace {
 
 using platform::Instant;

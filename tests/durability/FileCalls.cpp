@@ -32,15 +32,17 @@ Function* next(const char* name) {
 void tell(const std::string& fifo) {
     const int end = open(fifo.c_str(), O_WRONLY);
     static auto* const real = next<ssize_t(int, const void*, size_t)>("write");
-    if (end == -1 || real(end, "!", 1) != 1)
+    if (end == -1 || real(end, "!", 1) != 1) {
         abort();
+    }
     close(end);
 }
 
 void waitFor(const std::string& fifo) {
     const int end = open(fifo.c_str(), O_RDONLY);
-    if (end == -1)
+    if (end == -1) {
         abort();
+    }
     close(end);
 }
 
@@ -48,8 +50,9 @@ void pauseAt(const char* call) {
     static bool paused = false;
     const char* wanted = getenv("QUENBROOK_PAUSE_AT");
     const char* fifo = getenv("QUENBROOK_PAUSE_FIFO");
-    if (paused || !wanted || !fifo || strcmp(wanted, call) != 0)
+    if (paused || !wanted || !fifo || strcmp(wanted, call) != 0) {
         return;
+    }
     paused = true;
     tell(std::string(fifo) + ".reached");
     waitFor(std::string(fifo) + ".go");
@@ -66,8 +69,9 @@ extern "C" {
 
 ssize_t write(int descriptor, const void* bytes, size_t count) {
     static auto* const real = next<ssize_t(int, const void*, size_t)>("write");
-    if (descriptor <= lastStandardStream)
+    if (descriptor <= lastStandardStream) {
         return real(descriptor, bytes, count);
+    }
     pauseAt("write");
     return real(descriptor, bytes, std::min(count, writeLimit()));
 }
@@ -83,8 +87,9 @@ int fstatat(int folder, const char* name, struct stat* status, int flags) {
     pauseAt("fstatat");
     const int result = real(folder, name, status, flags);
     static ino_t asked = 0;
-    if (getenv("QUENBROOK_RESTLESS_INODES"))
+    if (getenv("QUENBROOK_RESTLESS_INODES")) {
         status->st_ino += ++asked;
+    }
     return result;
 }
 }

@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 namespace quenbrook::eventkit {
-
 namespace {
 
 using Block = int (^)();

@@ -4,7 +4,6 @@
 #include <unicode/unistr.h>
 
 namespace quenbrook::eventkit {
-
 namespace {
 
 std::u16string utf16(const std::string& text) {

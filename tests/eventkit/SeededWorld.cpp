@@ -11,7 +11,6 @@
 // access. What the program saves or removes is written back to the file, so that the next run finds
 // it.
 namespace quenbrook::standin {
-
 namespace {
 
 using Json = nlohmann::json;

@@ -26,8 +26,9 @@ Instant yearsAfter1970(int years) {
 }
 
 void require(bool condition) {
-    if (!condition)
+    if (!condition) {
         std::abort();
+    }
 }
 
 void requireText(const std::optional<std::string>& text) {
@@ -68,8 +69,9 @@ void change(std::string_view text, const icalendar::FoundEvent& found) {
     }
     // What was never closed may find its end in what stood behind the removed event.
     const bool isWhole = icalendar::outlineOf(text).broken == 0;
-    if (const auto without = icalendar::streamWithout(text, found.key, now))
+    if (const auto without = icalendar::streamWithout(text, found.key, now)) {
         require(!isWhole || countOf(found, *without) < countOf(found, text));
+    }
 }
 
 } // namespace
@@ -81,12 +83,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const int year : {0, 1, 50, 60}) {
         const Instant from = yearsAfter1970(year) - std::chrono::hours(3);
         const Instant until = from + std::chrono::hours(6);
-        for (const auto& found : icalendar::RangeQuery(from, until).eventsIn(text))
+        for (const auto& found : icalendar::RangeQuery(from, until).eventsIn(text)) {
             check(found, from, until);
+        }
     }
     for (const auto& summary : icalendar::outlineOf(text).events) {
-        if (const auto found = icalendar::findEvent(text, summary.uid))
+        if (const auto found = icalendar::findEvent(text, summary.uid)) {
             change(text, *found);
+        }
     }
     return 0;
 }

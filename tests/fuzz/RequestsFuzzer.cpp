@@ -17,12 +17,15 @@ template <class Request>
 void decode(std::string_view text) {
     try {
         const auto request = quenbrook::decodeStdin<Request>(text);
-        if (!(quenbrook::decodeStdin<Request>(quenbrook::platform::encodeJson(request)) == request))
+        if (!(quenbrook::decodeStdin<Request>(quenbrook::platform::encodeJson(request)) ==
+                request)) {
             std::abort();
+        }
     } catch (const quenbrook::QuenbrookError& error) {
         if ((error.code() != "INVALID_JSON" && error.code() != "MISSING_ARGS") ||
-            !quenbrook::platform::isValidUTF8(error.message()))
+            !quenbrook::platform::isValidUTF8(error.message())) {
             std::abort();
+        }
     }
 }
 
@@ -39,7 +42,8 @@ constexpr std::array<void (*)(std::string_view), 6> decoders = {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view input(reinterpret_cast<const char*>(data), size);
-    if (!input.empty())
+    if (!input.empty()) {
         decoders.at(data[0] % decoders.size())(input.substr(1));
+    }
     return 0;
 }

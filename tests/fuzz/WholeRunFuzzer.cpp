@@ -19,8 +19,9 @@ namespace {
 const std::filesystem::path& storeRoot() {
     static const std::filesystem::path root = [] {
         std::string pattern = std::filesystem::temp_directory_path() / "quenbrook-fuzz-XXXXXX";
-        if (!::mkdtemp(pattern.data()))
+        if (!::mkdtemp(pattern.data())) {
             std::abort();
+        }
         std::atexit([] { std::filesystem::remove_all(storeRoot()); });
         std::filesystem::create_directories(std::filesystem::path(pattern) / "account/calendar");
         return std::filesystem::path(pattern);
@@ -58,15 +59,17 @@ Output runOnce(std::string_view word, std::string_view request) {
 }
 
 void require(bool condition) {
-    if (!condition)
+    if (!condition) {
         std::abort();
+    }
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0)
+    if (size == 0) {
         return 0;
+    }
     const std::string_view input(reinterpret_cast<const char*>(data + 1), size - 1);
     const std::size_t lineEnd = std::min(input.find('\n'), input.size());
     write("good.ics", goodFile);
@@ -81,7 +84,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool goodIsListed = list.output.find("Good neighbour") != std::string::npos;
     require(goodIsListed || input.find("good") != std::string_view::npos);
 
-    for (const auto& file : std::filesystem::directory_iterator(storeRoot() / "account/calendar"))
+    for (const auto& file : std::filesystem::directory_iterator(storeRoot() / "account/calendar")) {
         std::filesystem::remove(file.path());
+    }
     return 0;
 }

@@ -11,11 +11,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         const auto instant = quenbrook::parseISO8601(input);
         const auto text = quenbrook::isoFormatterWithFractional().stringFromDate(instant);
-        if (text.size() != 24 || quenbrook::parseISO8601(text) != instant)
+        if (text.size() != 24 || quenbrook::parseISO8601(text) != instant) {
             std::abort();
+        }
     } catch (const quenbrook::QuenbrookError& error) {
-        if (error.code() != "INVALID_DATE")
+        if (error.code() != "INVALID_DATE") {
             std::abort();
+        }
     }
     return 0;
 }

@@ -34,8 +34,9 @@ int printErrors(const char* path, icalcomponent* component) {
         ++errors;
     }
     for (icalcomponent* inner = icalcomponent_get_first_component(component, ICAL_ANY_COMPONENT);
-         inner; inner = icalcomponent_get_next_component(component, ICAL_ANY_COMPONENT))
+         inner; inner = icalcomponent_get_next_component(component, ICAL_ANY_COMPONENT)) {
         errors += printErrors(path, inner);
+    }
     return errors;
 }
 
@@ -50,8 +51,9 @@ int check(const std::vector<const char*>& paths) {
         }
         const bool valid = icalrestriction_check(stream.get());
         const int found = printErrors(path, stream.get());
-        if (!valid && found == 0)
+        if (!valid && found == 0) {
             std::cout << path << ": breaks a restriction\n";
+        }
         errors += valid ? found : found + 1;
     }
     return errors == 0 ? 0 : 1;
@@ -62,11 +64,13 @@ int offsets(const char* path) {
     icalcomponent* definition =
         stream ? icalcomponent_get_first_component(stream.get(), ICAL_VTIMEZONE_COMPONENT)
                : nullptr;
-    if (!definition)
+    if (!definition) {
         return 1;
+    }
     icaltimezone* zone = icaltimezone_new();
-    if (!icaltimezone_set_component(zone, icalcomponent_new_clone(definition)))
+    if (!icaltimezone_set_component(zone, icalcomponent_new_clone(definition))) {
         return 1;
+    }
     long long instant = 0;
     while (std::cin >> instant) {
         icaltimetype time = icaltime_from_timet_with_zone(
@@ -81,9 +85,11 @@ int offsets(const char* path) {
 
 int main(int argc, char** argv) {
     const std::vector<const char*> arguments(argv + 1, argv + argc);
-    if (arguments.size() >= 2 && arguments[0] == std::string("check"))
+    if (arguments.size() >= 2 && arguments[0] == std::string("check")) {
         return check({arguments.begin() + 1, arguments.end()});
-    if (arguments.size() == 2 && arguments[0] == std::string("offsets"))
+    }
+    if (arguments.size() == 2 && arguments[0] == std::string("offsets")) {
         return offsets(arguments[1]);
+    }
     return 2;
 }

@@ -11,8 +11,9 @@ class ScopedVariable {
   public:
     ScopedVariable(const char* name, const std::optional<std::string>& value)
         : name_(name) {
-        if (const char* present = std::getenv(name))
+        if (const char* present = std::getenv(name)) {
             before_ = present;
+        }
         apply(value);
     }
     ScopedVariable(const ScopedVariable&) = delete;
@@ -21,10 +22,11 @@ class ScopedVariable {
 
   private:
     void apply(const std::optional<std::string>& value) const {
-        if (value)
+        if (value) {
             ::setenv(name_, value->c_str(), 1);
-        else
+        } else {
             ::unsetenv(name_);
+        }
     }
 
     const char* name_;

@@ -19,12 +19,14 @@ std::optional<LocalTime> parseWallClock(std::string_view text) {
     int second = 0;
     const std::string terminated(text);
     if (std::sscanf(terminated.c_str(), "%d-%u-%u %d:%d:%d", &year, &month, &day, &hour, &minute,
-            &second) < 5)
+            &second) < 5) {
         return std::nullopt;
+    }
     const std::chrono::year_month_day date{
         std::chrono::year{year}, std::chrono::month{month}, std::chrono::day{day}};
-    if (!date.ok())
+    if (!date.ok()) {
         return std::nullopt;
+    }
     return std::chrono::local_days{date} + std::chrono::hours{hour} + std::chrono::minutes{minute} +
            std::chrono::seconds{second};
 }
@@ -42,13 +44,15 @@ std::string formatWallClock(LocalTime time) {
 
 std::vector<LocalTime> firstOccurrences(const Recur& recur, LocalTime start, std::size_t limit) {
     RecurrenceExpansion expansion(recur, start);
-    if (recur.until)
+    if (recur.until) {
         expansion.endBefore(recur.until->time + std::chrono::seconds{1});
+    }
     std::vector<LocalTime> times;
     while (times.size() < limit) {
         const auto time = expansion.next();
-        if (!time)
+        if (!time) {
             break;
+        }
         times.push_back(*time);
     }
     return times;

@@ -14,17 +14,20 @@ namespace {
 std::string answer(const std::string& line) {
     const auto first = line.find('|');
     const auto second = line.find('|', first + 1);
-    if (second == std::string::npos)
+    if (second == std::string::npos) {
         return "invalid";
+    }
     const auto recur = quenbrook::platform::icalendar::parseRecur(line.substr(0, first));
     const auto start = quenbrook::test::parseWallClock(line.substr(first + 1, second - first - 1));
-    if (!recur || !start)
+    if (!recur || !start) {
         return "invalid";
+    }
     std::string text;
     const auto limit = std::strtoul(line.c_str() + second + 1, nullptr, 10);
     for (const auto time : quenbrook::test::firstOccurrences(*recur, *start, limit)) {
-        if (!text.empty())
+        if (!text.empty()) {
             text += ',';
+        }
         text += quenbrook::test::formatWallClock(time);
     }
     return text;
@@ -34,6 +37,7 @@ std::string answer(const std::string& line) {
 
 int main() {
     std::ios::sync_with_stdio(false);
-    for (std::string line; std::getline(std::cin, line);)
+    for (std::string line; std::getline(std::cin, line);) {
         std::cout << answer(line) << '\n';
+    }
 }

@@ -30,11 +30,14 @@ std::optional<DateTime> readDate(
 }
 
 Extent readExtent(const Component& component, TimeZones& zones) {
-    if (const auto end = readDate(component, "DTEND", zones))
+    if (const auto end = readDate(component, "DTEND", zones)) {
         return *end;
-    if (const Property* property = component.first("DURATION"))
-        if (const auto duration = parseDuration(property->value))
+    }
+    if (const Property* property = component.first("DURATION")) {
+        if (const auto duration = parseDuration(property->value)) {
             return *duration;
+        }
+    }
     return {};
 }
 
@@ -42,32 +45,38 @@ std::optional<AddedDate> readAddedDate(
     const Property& property, std::string_view value, TimeZones& zones) {
     const std::size_t slash = value.find('/');
     const auto start = parseDateTimeValue(property, value.substr(0, slash), zones);
-    if (!start || slash == std::string_view::npos)
+    if (!start || slash == std::string_view::npos) {
         return start ? std::optional(AddedDate{*start, {}}) : std::nullopt;
+    }
     const std::string_view rest = value.substr(slash + 1);
-    if (const auto duration = parseDuration(rest))
+    if (const auto duration = parseDuration(rest)) {
         return AddedDate{*start, *duration};
-    if (const auto end = parseDateTimeValue(property, rest, zones))
+    }
+    if (const auto end = parseDateTimeValue(property, rest, zones)) {
         return AddedDate{*start, *end};
+    }
     return std::nullopt;
 }
 
 void readRule(EventComponent& event, const Property& property, TimeZones&) {
-    if (auto rule = parseRecur(property.value))
+    if (auto rule = parseRecur(property.value)) {
         event.rules.push_back(std::move(*rule));
+    }
 }
 
 void readAdditions(EventComponent& event, const Property& property, TimeZones& zones) {
     forEachValue(property.value, [&](std::string_view value) {
-        if (auto added = readAddedDate(property, value, zones))
+        if (auto added = readAddedDate(property, value, zones)) {
             event.additions.push_back(std::move(*added));
+        }
     });
 }
 
 void readExclusions(EventComponent& event, const Property& property, TimeZones& zones) {
     forEachValue(property.value, [&](std::string_view value) {
-        if (auto excluded = parseDateTimeValue(property, value, zones))
+        if (auto excluded = parseDateTimeValue(property, value, zones)) {
             event.exclusions.push_back(std::move(*excluded));
+        }
     });
 }
 
@@ -88,11 +97,13 @@ bool readRecurrence(EventComponent& event, TimeZones& zones) {
         const auto* const known =
             std::find_if(recurrenceProperties.begin(), recurrenceProperties.end(),
                 [&](const auto& each) { return equalsIgnoringCase(each.name, property.name); });
-        if (known == recurrenceProperties.end())
+        if (known == recurrenceProperties.end()) {
             continue;
+        }
         values += 1 + std::count(property.value.begin(), property.value.end(), ',');
-        if (values > maximumValues)
+        if (values > maximumValues) {
             return false;
+        }
         known->read(event, property, zones);
     }
     return true;
@@ -101,19 +112,22 @@ bool readRecurrence(EventComponent& event, TimeZones& zones) {
 // How many days an all-day event covers, at least one.
 days dayCount(const DateTime& start, const Extent& extent) {
     days count{1};
-    if (const auto* end = std::get_if<DateTime>(&extent))
+    if (const auto* end = std::get_if<DateTime>(&extent)) {
         count = std::chrono::ceil<days>(end->time) - std::chrono::floor<days>(start.time);
-    else if (const auto* duration = std::get_if<Duration>(&extent))
+    } else if (const auto* duration = std::get_if<Duration>(&extent)) {
         count = duration->days + std::chrono::ceil<days>(duration->seconds);
+    }
     return std::max(count, days{1});
 }
 
 sys_seconds timedEnd(const DateTime& start, const DateTime& from, const Extent& lasting) {
     const sys_seconds begin = from.instant();
-    if (const auto* end = std::get_if<DateTime>(&lasting))
+    if (const auto* end = std::get_if<DateTime>(&lasting)) {
         return begin + (end->instant() - start.instant());
-    if (const auto* duration = std::get_if<Duration>(&lasting))
+    }
+    if (const auto* duration = std::get_if<Duration>(&lasting)) {
         return from.zone.instantOf(from.time + duration->days) + duration->seconds;
+    }
     return begin;
 }
 
@@ -133,18 +147,21 @@ TimeSpan EventComponent::spanFrom(const DateTime& from, const Extent& lasting) c
 std::optional<EventComponent> readEventComponent(
     std::string_view text, TextRange range, TimeZones& zones) {
     auto component = ParsedComponent::parse(text, range);
-    if (!component)
+    if (!component) {
         return std::nullopt;
+    }
     const Property* uid = (*component)->first("UID");
     const auto start = readDate(**component, "DTSTART", zones);
-    if (!uid || uid->value.empty() || !start)
+    if (!uid || uid->value.empty() || !start) {
         return std::nullopt;
+    }
     EventComponent event{std::move(*component), decodeText(uid->value), *start, {}, {}, {}, {}, {}};
     event.extent = readExtent(*event.component, zones);
     event.recurrenceId = readDate(*event.component, "RECURRENCE-ID", zones);
     // An exception does not recur by itself, whatever it carries (RFC 5545 section 3.8.4.4).
-    if (!event.recurrenceId && !readRecurrence(event, zones))
+    if (!event.recurrenceId && !readRecurrence(event, zones)) {
         return std::nullopt;
+    }
     return event;
 }
 

@@ -29,15 +29,17 @@ WritingZone WritingZone::local() {
 
 std::optional<DateTime> timedValue(Instant instant, const WritingZone& zone) {
     const sys_seconds whole = std::chrono::floor<seconds>(instant);
-    if (!zone.name)
+    if (!zone.name) {
         return utcValue(whole);
+    }
     return timedValueLike({{}, DateTime::Form::zoned, zone.zone, *zone.name}, whole);
 }
 
 std::optional<DateTime> timedValueLike(const DateTime& existing, Instant instant) {
     const sys_seconds whole = std::chrono::floor<seconds>(instant);
-    if (existing.form == DateTime::Form::utc)
+    if (existing.form == DateTime::Form::utc) {
         return utcValue(whole);
+    }
     const auto value = ifInRange(existing.withInstant(whole));
     return value && value->instant() == whole ? value : utcValue(whole);
 }

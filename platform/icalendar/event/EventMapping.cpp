@@ -56,8 +56,9 @@ std::optional<std::string> textOf(const Component& component, std::string_view n
 std::vector<Participant> participantsOf(const Component& component) {
     std::vector<Participant> participants;
     for (const Property& property : component.properties) {
-        if (!equalsIgnoringCase(property.name, "ATTENDEE"))
+        if (!equalsIgnoringCase(property.name, "ATTENDEE")) {
             continue;
+        }
         const auto status = parameterValue(property, "PARTSTAT");
         participants.push_back({repairedUTF8(property.value), parameterValue(property, "CN"),
             numberOf(participationStatuses, status.value_or("NEEDS-ACTION"), unknownStatus)});
@@ -66,8 +67,9 @@ std::vector<Participant> participantsOf(const Component& component) {
 }
 
 std::int64_t availabilityOf(const Component& component) {
-    if (const Property* status = component.first("X-MICROSOFT-CDO-BUSYSTATUS"))
+    if (const Property* status = component.first("X-MICROSOFT-CDO-BUSYSTATUS")) {
         return numberOf(busyStatuses, status->value, busy);
+    }
     const Property* transparency = component.first("TRANSP");
     return transparency ? numberOf(transparencies, transparency->value, busy) : busy;
 }
@@ -82,19 +84,23 @@ std::optional<Instant> lastModifiedOf(const Component& component) {
 // The last instant at which an occurrence may start.
 Instant endDateOf(const Until& until, const DateTime& start) {
     const LocalTime day = std::chrono::floor<std::chrono::days>(until.time);
-    if (start.isDate())
+    if (start.isDate()) {
         return start.zone.instantOf(day);
-    if (until.form == Until::Form::date)
+    }
+    if (until.form == Until::Form::date) {
         return start.zone.instantOf(day + std::chrono::days(1) - std::chrono::seconds(1));
+    }
     const Zone zone = until.form == Until::Form::utc ? Zone::utc() : start.zone;
     return zone.instantOf(until.time);
 }
 
 std::optional<RecurrenceEnd> endOf(const Recur& rule, const DateTime& start) {
-    if (rule.count)
+    if (rule.count) {
         return RecurrenceEnd::withOccurrenceCount(*rule.count);
-    if (!rule.until)
+    }
+    if (!rule.until) {
         return std::nullopt;
+    }
     return RecurrenceEnd::withEndDate(endDateOf(*rule.until, start));
 }
 
@@ -103,8 +109,9 @@ RecurrenceRule ruleOf(const Recur& rule, const DateTime& start) {
     mapped.frequency = platformFrequencies.at(static_cast<std::size_t>(rule.frequency));
     mapped.interval = rule.interval;
     mapped.end = endOf(rule, start);
-    for (const WeekdayNumber& each : rule.byDay)
+    for (const WeekdayNumber& each : rule.byDay) {
         mapped.daysOfTheWeek.push_back(static_cast<std::int64_t>(each.day.c_encoding()) + 1);
+    }
     mapped.daysOfTheMonth.assign(rule.byMonthDay.begin(), rule.byMonthDay.end());
     mapped.monthsOfTheYear.assign(rule.byMonth.begin(), rule.byMonth.end());
     return mapped;
@@ -113,8 +120,9 @@ RecurrenceRule ruleOf(const Recur& rule, const DateTime& start) {
 std::vector<RecurrenceRule> rulesOf(const EventComponent& master) {
     std::vector<RecurrenceRule> rules;
     rules.reserve(master.rules.size());
-    for (const Recur& rule : master.rules)
+    for (const Recur& rule : master.rules) {
         rules.push_back(ruleOf(rule, master.start));
+    }
     return rules;
 }
 
@@ -133,8 +141,9 @@ Event eventOf(const Series& series, const Occurrence& occurrence) {
     event.alarmCount = static_cast<std::size_t>(
         std::count_if(component.components.begin(), component.components.end(),
             [](const Component& child) { return equalsIgnoringCase(child.name, "VALARM"); }));
-    if (const EventComponent* master = series.master())
+    if (const EventComponent* master = series.master()) {
         event.recurrenceRules = rulesOf(*master);
+    }
     event.lastModified = lastModifiedOf(component);
     event.availability = availabilityOf(component);
     return event;

@@ -59,19 +59,22 @@ std::string dateLine(std::string_view name, const DateTime& value, const Propert
 Until untilOf(Instant date, const DateTime& start) {
     const auto whole = std::chrono::floor<seconds>(date);
     const LocalTime wall = std::clamp(start.zone.wallClockAt(whole), earliestTime, latestTime);
-    if (start.isDate())
+    if (start.isDate()) {
         return {std::chrono::floor<std::chrono::days>(wall), Until::Form::date};
-    if (start.form == DateTime::Form::floating)
+    }
+    if (start.form == DateTime::Form::floating) {
         return {wall, Until::Form::local};
+    }
     return {LocalTime(whole.time_since_epoch()), Until::Form::utc};
 }
 
 std::int64_t sequenceOf(const Component& event) {
     const Property* property = event.first("SEQUENCE");
     std::int64_t sequence = 0;
-    if (property)
+    if (property) {
         std::from_chars(
             property->value.data(), property->value.data() + property->value.size(), sequence);
+    }
     return std::clamp<std::int64_t>(sequence, 0, std::numeric_limits<std::int32_t>::max() - 1);
 }
 
@@ -95,8 +98,9 @@ std::optional<PlannedDates> planDates(
     const EventComponent& event, const TimeSpan& span, const EventChanges& changes, bool all) {
     const Instant start = changes.start.value_or(Instant(span.start));
     const Instant end = changes.end.value_or(Instant(span.end));
-    if (end < start)
+    if (end < start) {
         return std::nullopt;
+    }
     const bool wasAllDay = event.start.isDate();
     const bool isAllDay = changes.isAllDay.value_or(wasAllDay);
     const bool both = all || isAllDay != wasAllDay;
@@ -110,13 +114,15 @@ std::optional<PlannedDates> planDates(
                          : timedValueLike(like, instant);
     };
     PlannedDates planned;
-    if (startChanges)
+    if (startChanges) {
         planned.start = isAllDay ? firstDay(start) : timed(start, event.start);
+    }
     planned.endGoes = !isAllDay && endChanges &&
                       std::chrono::floor<seconds>(start) == std::chrono::floor<seconds>(end);
-    if (endChanges && !planned.endGoes)
+    if (endChanges && !planned.endGoes) {
         planned.end = isAllDay ? dayAfterLast(start, end)
                                : timed(end, explicitEnd ? *explicitEnd : event.start);
+    }
     const bool held =
         (!startChanges || planned.start) && (!endChanges || planned.endGoes || planned.end);
     return held ? std::optional(planned) : std::nullopt;
@@ -124,23 +130,27 @@ std::optional<PlannedDates> planDates(
 
 void writeDates(ComponentEdit& edit, const EventComponent& event, const PlannedDates& dates) {
     const Component& component = *event.component;
-    if (dates.start)
+    if (dates.start) {
         edit.set(
             "DTSTART", dateLine("DTSTART", *dates.start, component.first("DTSTART"), &event.start));
-    if (dates.end || dates.endGoes)
+    }
+    if (dates.end || dates.endGoes) {
         edit.remove("DURATION");
-    if (dates.end)
+    }
+    if (dates.end) {
         edit.set("DTEND", dateLine("DTEND", *dates.end, component.first("DTEND"),
                               std::get_if<DateTime>(&event.extent)));
-    else if (dates.endGoes)
+    } else if (dates.endGoes) {
         edit.remove("DTEND");
+    }
 }
 
 void writeTexts(ComponentEdit& edit, const Component& event, const EventChanges& changes) {
     for (const TextProperty& property : textProperties) {
         const std::optional<std::string>& text = changes.*property.text;
-        if (!text)
+        if (!text) {
             continue;
+        }
         const Property* existing = event.first(property.name);
         const ContentLine line{existing ? existing->name : property.name,
             existing ? existing->parameters : std::string_view(), {}};
@@ -149,27 +159,32 @@ void writeTexts(ComponentEdit& edit, const Component& event, const EventChanges&
 }
 
 void writeAlarms(ComponentEdit& edit, const EventChanges& changes, std::string_view lineEnd) {
-    if (!changes.alarms)
+    if (!changes.alarms) {
         return;
+    }
     edit.removeComponents("VALARM");
     std::string alarms;
     for (const double offset : *changes.alarms) {
         const seconds trigger(static_cast<std::int64_t>(offset));
         for (const std::string& line : {std::string("BEGIN:VALARM"), std::string("ACTION:DISPLAY"),
                  std::string("DESCRIPTION:Reminder"), "TRIGGER:" + formatDuration(trigger),
-                 std::string("END:VALARM")})
+                 std::string("END:VALARM")}) {
             alarms += foldLine(line, lineEnd);
+        }
     }
     edit.addComponents(std::move(alarms));
 }
 
 void writeRules(ComponentEdit& edit, const DateTime& start, const EventChanges& changes) {
-    if (!changes.recurrenceRules)
+    if (!changes.recurrenceRules) {
         return;
-    for (const std::string_view name : {"RRULE", "RDATE", "EXDATE", "EXRULE"})
+    }
+    for (const std::string_view name : {"RRULE", "RDATE", "EXDATE", "EXRULE"}) {
         edit.remove(name);
-    for (const RecurrenceRule& rule : *changes.recurrenceRules)
+    }
+    for (const RecurrenceRule& rule : *changes.recurrenceRules) {
         edit.add("RRULE:" + formatRecur(recurOf(rule, start)));
+    }
 }
 
 void writeStamps(ComponentEdit& edit, const Component& event, Instant now) {
@@ -182,12 +197,14 @@ Recur recurOf(const RecurrenceRule& rule, const DateTime& start) {
     Recur recur;
     recur.frequency = frequencies.at(static_cast<std::size_t>(rule.frequency));
     recur.interval = rule.interval;
-    if (rule.end && rule.end->endDate)
+    if (rule.end && rule.end->endDate) {
         recur.until = untilOf(*rule.end->endDate, start);
-    else if (rule.end)
+    } else if (rule.end) {
         recur.count = rule.end->occurrenceCount;
-    for (const std::int64_t day : rule.daysOfTheWeek)
+    }
+    for (const std::int64_t day : rule.daysOfTheWeek) {
         recur.byDay.push_back({0, std::chrono::weekday(static_cast<unsigned>(day - 1))});
+    }
     recur.byMonthDay.assign(rule.daysOfTheMonth.begin(), rule.daysOfTheMonth.end());
     recur.byMonth.assign(rule.monthsOfTheYear.begin(), rule.monthsOfTheYear.end());
     return recur;
@@ -195,8 +212,9 @@ Recur recurOf(const RecurrenceRule& rule, const DateTime& start) {
 
 std::string withValue(const ContentLine& existing, std::string_view value) {
     std::string line(existing.name);
-    if (!existing.parameters.empty())
+    if (!existing.parameters.empty()) {
         line.append(";").append(existing.parameters);
+    }
     return line.append(":").append(value);
 }
 

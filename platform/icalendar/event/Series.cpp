@@ -45,10 +45,12 @@ class RuleStarts {
     }
 
     std::optional<DateTime> next() {
-        if (ready_.empty())
+        if (ready_.empty()) {
             makeReady();
-        if (ready_.empty())
+        }
+        if (ready_.empty()) {
             return std::nullopt;
+        }
         DateTime value = std::move(ready_.front());
         ready_.pop_front();
         return value;
@@ -64,27 +66,33 @@ class RuleStarts {
             const sys_seconds instant = value.instant();
             const bool isSkipped = value.zone.wallClockAt(instant) != value.time;
             const bool isPast = isAfterUntil(value);
-            if (isPast && !isSkipped)
+            if (isPast && !isSkipped) {
                 break;
-            if (!isPast)
+            }
+            if (!isPast) {
                 ready_.push_back(std::move(value));
+            }
             const bool isBehindGap = !isSkipped && (!reached || instant > *reached);
-            if (isBehindGap || ready_.size() >= maximumOccurrences)
+            if (isBehindGap || ready_.size() >= maximumOccurrences) {
                 break;
-            if (isSkipped)
+            }
+            if (isSkipped) {
                 reached = std::max(instant, reached.value_or(instant));
+            }
         }
-        if (ready_.size() > 1)
+        if (ready_.size() > 1) {
             std::stable_sort(
                 ready_.begin(), ready_.end(), [](const DateTime& left, const DateTime& right) {
                     return left.instant() < right.instant();
                 });
+        }
     }
 
     // UNTIL is compared in the form in which it is written.
     bool isAfterUntil(const DateTime& value) const {
-        if (!until_)
+        if (!until_) {
             return false;
+        }
         switch (until_->form) {
         case Until::Form::date:
             return value.day() > until_->time;
@@ -127,8 +135,9 @@ class RecurrenceSet {
             listed_.begin(), listed_.end(), [](const Candidate& left, const Candidate& right) {
                 return left.instant < right.instant;
             });
-        while (nextListed_ < listed_.size() && listed_[nextListed_].instant < from)
+        while (nextListed_ < listed_.size() && listed_[nextListed_].instant < from) {
             ++nextListed_;
+        }
         const LocalTime first = master.start.zone.wallClockAt(from) - zoneRoom;
         const LocalTime last = master.start.zone.wallClockAt(until) + zoneRoom;
         rules_.reserve(master.rules.size());
@@ -140,16 +149,18 @@ class RecurrenceSet {
     }
 
     std::optional<Candidate> next() {
-        if (!budget_.affords(stepsForCandidate + std::ssize(heads_)))
+        if (!budget_.affords(stepsForCandidate + std::ssize(heads_))) {
             heads_.clear();
+        }
         const auto head = std::min_element(heads_.begin(), heads_.end(),
             [](const auto& a, const auto& b) { return a && (!b || a->instant < b->instant); });
         const bool ruleFirst =
             head != heads_.end() && *head &&
             (nextListed_ == listed_.size() || (*head)->instant < listed_[nextListed_].instant);
-        if (!ruleFirst)
+        if (!ruleFirst) {
             return nextListed_ == listed_.size() ? std::nullopt
                                                  : std::optional(listed_[nextListed_++]);
+        }
         std::optional<Candidate> candidate = std::move(*head);
         *head = take(rules_[static_cast<std::size_t>(head - heads_.begin())]);
         return candidate;
@@ -171,8 +182,9 @@ class RecurrenceSet {
 };
 
 bool isIn(const TimeSpan& span, Instant from, Instant until) {
-    if (span.start == span.end)
+    if (span.start == span.end) {
         return span.start >= from && span.start < until;
+    }
     return span.start < until && span.end > from;
 }
 
@@ -197,10 +209,11 @@ seconds longestSpan(const EventComponent& master) {
 
 StartSet::StartSet(std::span<const DateTime> starts) {
     for (const DateTime& start : starts) {
-        if (start.isDate())
+        if (start.isDate()) {
             days_.push_back(start.time);
-        else
+        } else {
             instants_.push_back(start.instant());
+        }
     }
     std::sort(instants_.begin(), instants_.end());
     std::sort(days_.begin(), days_.end());
@@ -216,8 +229,9 @@ Series::Series(std::vector<EventComponent> components, WorkBudget& budget)
     : budget_(budget) {
     std::vector<DateTime> replaced;
     for (EventComponent& component : components) {
-        if (component.recurrenceId)
+        if (component.recurrenceId) {
             replaced.push_back(*component.recurrenceId);
+        }
         (component.recurrenceId ? exceptions_ : masters_).push_back(std::move(component));
     }
     replaced_ = StartSet(replaced);
@@ -233,34 +247,40 @@ void Series::visitRecurrenceSet(
         const bool repeated = last == candidate->instant;
         last = candidate->instant;
         if (repeated || exclusions.contains(candidate->start)) {
-            if (++passedOver > maximumPassedOver)
+            if (++passedOver > maximumPassedOver) {
                 return;
+            }
             continue;
         }
-        if (!visit(
-                {&master, candidate->start, master.spanFrom(candidate->start, *candidate->extent)}))
+        if (!visit({&master, candidate->start,
+                master.spanFrom(candidate->start, *candidate->extent)})) {
             return;
+        }
     }
 }
 
 std::vector<Occurrence> Series::occurrencesIn(Instant from, Instant until) const {
     std::vector<Occurrence> found;
-    if (until < from)
+    if (until < from) {
         return found;
+    }
     for (const EventComponent& master : masters_) {
         visitRecurrenceSet(master, std::chrono::floor<seconds>(from) - longestSpan(master),
             std::chrono::ceil<seconds>(until), [&](const Occurrence& occurrence) {
-                if (occurrence.span.start >= until || found.size() >= maximumOccurrences)
+                if (occurrence.span.start >= until || found.size() >= maximumOccurrences) {
                     return false;
-                if (!isReplaced(occurrence) && isIn(occurrence.span, from, until))
+                }
+                if (!isReplaced(occurrence) && isIn(occurrence.span, from, until)) {
                     found.push_back(occurrence);
+                }
                 return true;
             });
     }
     for (const EventComponent& exception : exceptions_) {
         const Occurrence occurrence = asOccurrence(exception);
-        if (isIn(occurrence.span, from, until))
+        if (isIn(occurrence.span, from, until)) {
             found.push_back(occurrence);
+        }
     }
     return found;
 }
@@ -268,15 +288,18 @@ std::vector<Occurrence> Series::occurrencesIn(Instant from, Instant until) const
 std::optional<Occurrence> Series::firstStanding() const {
     std::optional<Occurrence> first;
     const auto offer = [&](const Occurrence& occurrence) {
-        if (!first || occurrence.originalStart.instant() < first->originalStart.instant())
+        if (!first || occurrence.originalStart.instant() < first->originalStart.instant()) {
             first = occurrence;
+        }
     };
-    for (const EventComponent& exception : exceptions_)
+    for (const EventComponent& exception : exceptions_) {
         offer(asOccurrence(exception));
+    }
     for (const EventComponent& master : masters_) {
         visitRecurrenceSet(master, beginning, ending, [&](const Occurrence& occurrence) {
-            if (!isReplaced(occurrence))
+            if (!isReplaced(occurrence)) {
                 offer(occurrence);
+            }
             return false;
         });
     }
@@ -284,16 +307,19 @@ std::optional<Occurrence> Series::firstStanding() const {
 }
 
 std::optional<Occurrence> Series::standingAt(sys_seconds originalStart) const {
-    if (const EventComponent* exception = exceptionAt(originalStart))
+    if (const EventComponent* exception = exceptionAt(originalStart)) {
         return asOccurrence(*exception);
+    }
     std::optional<Occurrence> found;
     for (const EventComponent& master : masters_) {
-        if (found)
+        if (found) {
             break;
+        }
         visitRecurrenceSet(master, originalStart, originalStart, [&](const Occurrence& occurrence) {
             const sys_seconds start = occurrence.originalStart.instant();
-            if (start == originalStart && !isReplaced(occurrence))
+            if (start == originalStart && !isReplaced(occurrence)) {
                 found = occurrence;
+            }
             return start < originalStart;
         });
     }

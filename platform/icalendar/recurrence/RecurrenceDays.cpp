@@ -26,13 +26,15 @@ bool namesOrdinal(const PlaceSet& ordinals, int place, int length) {
 } // namespace
 
 PlaceSet::PlaceSet(const std::vector<int>& places) {
-    for (const int place : places)
+    for (const int place : places) {
         insert(place);
+    }
 }
 
 void PlaceSet::insert(int place) {
-    if (place < -farthest || place > farthest)
+    if (place < -farthest || place > farthest) {
         return;
+    }
     places_.set(index(place));
     empty_ = false;
 }
@@ -45,13 +47,15 @@ RecurrenceDays::RecurrenceDays(const Recur& recur, std::chrono::local_days start
     , hasWeekdays_(!recur.byDay.empty())
     , weekStart_(recur.weekStart) {
     const bool isYearly = recur.frequency == Frequency::yearly;
-    if (recur.frequency == Frequency::monthly || (isYearly && !months_.empty()))
+    if (recur.frequency == Frequency::monthly || (isYearly && !months_.empty())) {
         ordinalScope_ = Scope::month;
-    else if (isYearly)
+    } else if (isYearly) {
         ordinalScope_ = Scope::year;
+    }
     // In one week every weekday comes once, so there is nothing to count.
-    if (!weekNumbers_.empty())
+    if (!weekNumbers_.empty()) {
         ordinalScope_ = Scope::none;
+    }
 
     for (const WeekdayNumber& entry : recur.byDay) {
         const auto weekday = entry.day.c_encoding();
@@ -63,8 +67,9 @@ RecurrenceDays::RecurrenceDays(const Recur& recur, std::chrono::local_days start
         }
     }
 
-    if (hasWeekdays_ || !yearDays_.empty() || !monthDays_.empty())
+    if (hasWeekdays_ || !yearDays_.empty() || !monthDays_.empty()) {
         return;
+    }
     const std::chrono::year_month_day date{start};
     const std::chrono::weekday weekday{start};
     if (recur.frequency == Frequency::weekly || (isYearly && !weekNumbers_.empty())) {
@@ -72,36 +77,44 @@ RecurrenceDays::RecurrenceDays(const Recur& recur, std::chrono::local_days start
         everyWeekday_[weekday.c_encoding()] = true;
     } else if (recur.frequency == Frequency::monthly || isYearly) {
         monthDays_.insert(static_cast<int>(unsigned{date.day()}));
-        if (isYearly && months_.empty())
+        if (isYearly && months_.empty()) {
             months_.insert(static_cast<int>(unsigned{date.month()}));
+        }
     }
 }
 
 bool RecurrenceDays::contains(std::chrono::local_days day) const {
     const std::chrono::weekday weekday{day};
-    if (hasWeekdays_ && !hasOrdinals_ && !everyWeekday_[weekday.c_encoding()])
+    if (hasWeekdays_ && !hasOrdinals_ && !everyWeekday_[weekday.c_encoding()]) {
         return false;
+    }
     const std::chrono::year_month_day date{day};
-    if (!mayContain(date.month()))
+    if (!mayContain(date.month())) {
         return false;
+    }
     if (!monthDays_.empty() &&
-        !monthDays_.names(static_cast<int>(unsigned{date.day()}), daysIn(date)))
+        !monthDays_.names(static_cast<int>(unsigned{date.day()}), daysIn(date))) {
         return false;
+    }
     const int yearDay = yearDayOf(day, date.year());
-    if (!yearDays_.empty() && !yearDays_.names(yearDay, daysIn(date.year())))
+    if (!yearDays_.empty() && !yearDays_.names(yearDay, daysIn(date.year()))) {
         return false;
-    if (hasOrdinals_ && !namesWeekday(weekday, date, yearDay))
+    }
+    if (hasOrdinals_ && !namesWeekday(weekday, date, yearDay)) {
         return false;
+    }
     return weekNumbers_.empty() || namesWeek(day, weekday);
 }
 
 bool RecurrenceDays::namesWeekday(
     std::chrono::weekday weekday, const std::chrono::year_month_day& date, int yearDay) const {
-    if (everyWeekday_[weekday.c_encoding()])
+    if (everyWeekday_[weekday.c_encoding()]) {
         return true;
+    }
     const PlaceSet& ordinals = weekdayOrdinals_[weekday.c_encoding()];
-    if (ordinalScope_ == Scope::month)
+    if (ordinalScope_ == Scope::month) {
         return namesOrdinal(ordinals, static_cast<int>(unsigned{date.day()}), daysIn(date));
+    }
     return namesOrdinal(ordinals, yearDay, daysIn(date.year()));
 }
 

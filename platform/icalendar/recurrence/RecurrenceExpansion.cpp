@@ -44,15 +44,17 @@ ClockPart<size> clockPart(
     PartEffect effect, std::vector<int> values, std::chrono::seconds::rep startValue) {
     ClockPart<size> part;
     if (effect == PartEffect::expand) {
-        if (values.empty())
+        if (values.empty()) {
             values.push_back(static_cast<int>(startValue));
+        }
         std::sort(values.begin(), values.end());
         values.erase(std::unique(values.begin(), values.end()), values.end());
         part.unfolded = std::move(values);
     } else if (!values.empty()) {
         part.passing.reset();
-        for (const int value : values)
+        for (const int value : values) {
             part.passing.set(static_cast<std::size_t>(value));
+        }
     }
     return part;
 }
@@ -61,11 +63,14 @@ std::vector<std::chrono::seconds> unfold(const std::vector<int>& hours,
     const std::vector<int>& minutes, const std::vector<int>& seconds) {
     std::vector<std::chrono::seconds> offsets;
     offsets.reserve(hours.size() * minutes.size() * seconds.size());
-    for (const int hour : hours)
-        for (const int minute : minutes)
-            for (const int second : seconds)
+    for (const int hour : hours) {
+        for (const int minute : minutes) {
+            for (const int second : seconds) {
                 offsets.push_back(std::chrono::hours{hour} + std::chrono::minutes{minute} +
                                   std::chrono::seconds{second});
+            }
+        }
+    }
     return offsets;
 }
 
@@ -101,8 +106,9 @@ RecurrenceExpansion::RecurrenceExpansion(const Recur& recur, LocalTime start)
 }
 
 std::optional<LocalTime> RecurrenceExpansion::next() {
-    if (!budget_)
+    if (!budget_) {
         return search();
+    }
     limit_ = std::min(workLimit, work_ + budget_->left());
     const std::int64_t before = work_;
     const std::optional<LocalTime> found = search();
@@ -110,21 +116,25 @@ std::optional<LocalTime> RecurrenceExpansion::next() {
 }
 
 std::optional<LocalTime> RecurrenceExpansion::search() {
-    if (const auto target = std::exchange(skipTarget_, std::nullopt))
+    if (const auto target = std::exchange(skipTarget_, std::nullopt)) {
         passOver(std::min(*target, end_));
+    }
     if (!startIsTaken_) {
         startIsTaken_ = true;
         ++work_;
         countDown(1);
         return start_ < end_ ? std::optional(start_) : std::nullopt;
     }
-    if (remaining_ == 0 || work_ >= limit_)
+    if (remaining_ == 0 || work_ >= limit_) {
         return std::nullopt;
-    if (cursor_ == size() && !loadPeriod())
+    }
+    if (cursor_ == size() && !loadPeriod()) {
         return std::nullopt;
+    }
     const LocalTime time = at(cursor_);
-    if (time >= end_)
+    if (time >= end_) {
         return std::nullopt;
+    }
     ++cursor_;
     ++work_;
     countDown(1);
@@ -142,8 +152,9 @@ void RecurrenceExpansion::endBefore(LocalTime time) {
 }
 
 void RecurrenceExpansion::passOver(LocalTime target) {
-    if (target <= start_)
+    if (target <= start_) {
         return;
+    }
     if (!startIsTaken_) {
         startIsTaken_ = true;
         countDown(1);
@@ -152,23 +163,26 @@ void RecurrenceExpansion::passOver(LocalTime target) {
         const std::size_t first = std::max(cursor_, firstFrom(target));
         countDown(static_cast<std::int64_t>(first - cursor_));
         cursor_ = first;
-        if (cursor_ < size())
+        if (cursor_ < size()) {
             return;
+        }
         // The first period may hold fewer after the start than those that follow.
         const bool mayLeap = !remaining_ || (periodsAreEven_ && size() > 0);
         if (mayLeap) {
             countDown(stepsTo(target) * static_cast<std::int64_t>(size()));
             leapTo(target);
         }
-        if (!loadPeriod())
+        if (!loadPeriod()) {
             return;
+        }
     }
 }
 
 LocalTime RecurrenceExpansion::at(std::size_t index) const {
     const std::size_t place = isPositioned_ ? positions_[index] : index;
-    if (offsets_.size() == 1)
+    if (offsets_.size() == 1) {
         return bases_[place] + offsets_.front();
+    }
     return bases_[place / offsets_.size()] + offsets_[place % offsets_.size()];
 }
 
@@ -193,12 +207,14 @@ bool RecurrenceExpansion::loadPeriod() {
         nextPeriod_ += interval_;
         ++work_;
         fillBases(period);
-        if (isPositioned_)
+        if (isPositioned_) {
             choosePositions();
+        }
         const bool isFirst = size() > 0 && at(0) <= start_;
         cursor_ = isFirst ? firstFrom(start_ + std::chrono::seconds{1}) : 0;
-        if (cursor_ < size())
+        if (cursor_ < size()) {
             return true;
+        }
     }
     bases_.clear();
     positions_.clear();
@@ -225,17 +241,19 @@ void RecurrenceExpansion::fillBases(std::int64_t period) {
         fillBasesWithinMonth(begin);
         break;
     case Frequency::yearly:
-        for (int month = 0; month < 12; ++month)
+        for (int month = 0; month < 12; ++month) {
             fillBasesWithinMonth(
                 std::chrono::local_days{dateOf(begin) + std::chrono::months{month}});
+        }
         break;
     }
 }
 
 void RecurrenceExpansion::fillBasesWithinMonth(LocalTime begin) {
     const auto date = dateOf(begin);
-    if (!days_.mayContain(date.month()))
+    if (!days_.mayContain(date.month())) {
         return;
+    }
     const std::chrono::local_days last{date.year() / date.month() / std::chrono::last};
     fillBasesWithin(dayOf(begin), last - dayOf(begin) + std::chrono::days{1});
 }
@@ -243,9 +261,11 @@ void RecurrenceExpansion::fillBasesWithinMonth(LocalTime begin) {
 void RecurrenceExpansion::fillBasesWithin(std::chrono::local_days first, std::chrono::days length) {
     // loadPeriod counts one for the period.
     work_ += length.count() - 1;
-    for (auto day = first; day < first + length; day += std::chrono::days{1})
-        if (days_.contains(day))
+    for (auto day = first; day < first + length; day += std::chrono::days{1}) {
+        if (days_.contains(day)) {
             bases_.push_back(day);
+        }
+    }
 }
 
 void RecurrenceExpansion::fillBasesWithinDay(LocalTime begin) {
@@ -260,12 +280,13 @@ void RecurrenceExpansion::fillBasesWithinDay(LocalTime begin) {
     const auto clock = clockOf(begin);
     const auto hour = clock.hours();
     const auto minute = clock.minutes();
-    if (!hours_.test(static_cast<std::size_t>(hour.count())))
+    if (!hours_.test(static_cast<std::size_t>(hour.count()))) {
         leapTo(day + hour + std::chrono::hours{1});
-    else if (!minutes_.test(static_cast<std::size_t>(minute.count())))
+    } else if (!minutes_.test(static_cast<std::size_t>(minute.count()))) {
         leapTo(day + hour + minute + std::chrono::minutes{1});
-    else if (seconds_.test(static_cast<std::size_t>(clock.seconds().count())))
+    } else if (seconds_.test(static_cast<std::size_t>(clock.seconds().count()))) {
         bases_.push_back(begin);
+    }
 }
 
 LocalTime RecurrenceExpansion::nextPassingDay(std::chrono::local_days day) {
@@ -282,8 +303,9 @@ void RecurrenceExpansion::choosePositions() {
     const auto all = static_cast<std::int64_t>(unpositionedSize());
     for (const int position : setPositions_) {
         const std::int64_t index = position > 0 ? position - 1 : all + position;
-        if (index >= 0 && index < all)
+        if (index >= 0 && index < all) {
             positions_.push_back(static_cast<std::size_t>(index));
+        }
     }
     std::sort(positions_.begin(), positions_.end());
     positions_.erase(std::unique(positions_.begin(), positions_.end()), positions_.end());
@@ -340,8 +362,9 @@ std::int64_t RecurrenceExpansion::stepsTo(LocalTime time) const {
 }
 
 void RecurrenceExpansion::countDown(std::int64_t occurrences) {
-    if (remaining_)
+    if (remaining_) {
         remaining_ = std::max<std::int64_t>(*remaining_ - occurrences, 0);
+    }
 }
 
 } // namespace quenbrook::platform::icalendar

@@ -33,8 +33,9 @@ template <std::size_t size>
 std::optional<std::size_t> indexOf(
     std::string_view word, const std::array<std::string_view, size>& words) {
     const auto found = std::find(words.begin(), words.end(), word);
-    if (found == words.end())
+    if (found == words.end()) {
         return std::nullopt;
+    }
     return static_cast<std::size_t>(found - words.begin());
 }
 
@@ -43,11 +44,13 @@ std::optional<std::int64_t> readNumber(
     std::string_view text, std::int64_t lowest, std::int64_t highest) {
     std::int64_t number = 0;
     const char* const end = text.data() + text.size();
-    if (text.empty() || !isDigit(text.front()))
+    if (text.empty() || !isDigit(text.front())) {
         return std::nullopt;
+    }
     const auto [last, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc{} || last != end || number < lowest || number > highest)
+    if (error != std::errc{} || last != end || number < lowest || number > highest) {
         return std::nullopt;
+    }
     return number;
 }
 
@@ -67,21 +70,25 @@ std::optional<int> readSigned(std::string_view text) {
 
 std::optional<std::chrono::weekday> readWeekday(std::string_view text) {
     const auto index = indexOf(text, weekdayWords);
-    if (!index)
+    if (!index) {
         return std::nullopt;
+    }
     return std::chrono::weekday{static_cast<unsigned>(*index)};
 }
 
 std::optional<WeekdayNumber> readWeekdayNumber(std::string_view text) {
     const auto split = text.size() < 2 ? 0 : text.size() - 2;
     const auto day = readWeekday(text.substr(split));
-    if (!day)
+    if (!day) {
         return std::nullopt;
-    if (split == 0)
+    }
+    if (split == 0) {
         return WeekdayNumber{0, *day};
+    }
     const auto ordinal = readSigned<53>(text.substr(0, split));
-    if (!ordinal)
+    if (!ordinal) {
         return std::nullopt;
+    }
     return WeekdayNumber{*ordinal, *day};
 }
 
@@ -92,8 +99,9 @@ std::optional<std::vector<Entry>> readList(
     for (std::size_t begin = 0; begin <= text.size();) {
         const auto end = std::min(text.find(',', begin), text.size());
         const std::optional<Entry> entry = readEntry(text.substr(begin, end - begin));
-        if (!entry || list.size() == longestList)
+        if (!entry || list.size() == longestList) {
             return std::nullopt;
+        }
         list.push_back(*entry);
         begin = end + 1;
     }
@@ -104,13 +112,15 @@ std::optional<std::chrono::local_days> readDate(std::string_view text) {
     const auto year = readNumber(text.substr(0, 4), 1, 9999);
     const auto month = readNumber(text.substr(4, 2), 1, 12);
     const auto day = readNumber(text.substr(6, 2), 1, 31);
-    if (!year || !month || !day)
+    if (!year || !month || !day) {
         return std::nullopt;
+    }
     const std::chrono::year_month_day date{std::chrono::year{static_cast<int>(*year)},
         std::chrono::month{static_cast<unsigned>(*month)},
         std::chrono::day{static_cast<unsigned>(*day)}};
-    if (!date.ok())
+    if (!date.ok()) {
         return std::nullopt;
+    }
     return std::chrono::local_days{date};
 }
 
@@ -118,8 +128,9 @@ std::optional<std::chrono::seconds> readTimeOfDay(std::string_view text) {
     const auto hour = readNumber(text.substr(0, 2), 0, 23);
     const auto minute = readNumber(text.substr(2, 2), 0, 59);
     const auto second = readNumber(text.substr(4, 2), 0, 60);
-    if (!hour || !minute || !second)
+    if (!hour || !minute || !second) {
         return std::nullopt;
+    }
     // A leap second counts as the one before it (RFC 5545 section 3.3.12).
     return std::chrono::hours{*hour} + std::chrono::minutes{*minute} +
            std::chrono::seconds{std::min<std::int64_t>(*second, 59)};
@@ -129,16 +140,20 @@ std::optional<Until> readUntil(std::string_view text) {
     constexpr std::size_t dateSize = 8;
     constexpr std::size_t localSize = 15;
     constexpr std::size_t utcSize = 16;
-    if (text.size() != dateSize && text.size() != localSize && text.size() != utcSize)
+    if (text.size() != dateSize && text.size() != localSize && text.size() != utcSize) {
         return std::nullopt;
+    }
     const auto date = readDate(text.substr(0, dateSize));
-    if (!date)
+    if (!date) {
         return std::nullopt;
-    if (text.size() == dateSize)
+    }
+    if (text.size() == dateSize) {
         return Until{*date, Until::Form::date};
+    }
     const auto time = readTimeOfDay(text.substr(dateSize + 1, localSize - dateSize - 1));
-    if (!time || text[dateSize] != 'T' || (text.size() == utcSize && text.back() != 'Z'))
+    if (!time || text[dateSize] != 'T' || (text.size() == utcSize && text.back() != 'Z')) {
         return std::nullopt;
+    }
     return Until{*date + *time, text.size() == utcSize ? Until::Form::utc : Until::Form::local};
 }
 
@@ -174,8 +189,9 @@ template <typename Entry>
 std::string formatList(const std::vector<Entry>& list) {
     std::string text;
     for (const Entry& entry : list) {
-        if (!text.empty())
+        if (!text.empty()) {
             text += ',';
+        }
         text += formatEntry(entry);
     }
     return text;
@@ -191,8 +207,9 @@ struct Part {
 
 template <typename Value, typename Field>
 bool store(const std::optional<Value>& value, Field& field) {
-    if (value)
+    if (value) {
         field = *value;
+    }
     return value.has_value();
 }
 
@@ -273,8 +290,9 @@ std::optional<Recur> parseRecur(std::string_view text) {
     upper.reserve(text.size());
     std::transform(text.begin(), text.end(), std::back_inserter(upper), upperCased);
     std::string_view rest = upper;
-    if (rest.ends_with(';'))
+    if (rest.ends_with(';')) {
         rest.remove_suffix(1);
+    }
 
     Recur recur;
     std::bitset<parts.size()> read;
@@ -286,17 +304,20 @@ std::optional<Recur> parseRecur(std::string_view text) {
         const auto equals = std::min(part.find('='), part.size());
         const auto found = std::find_if(parts.begin(), parts.end(),
             [&](const Part& known) { return known.name == part.substr(0, equals); });
-        if (found == parts.end() || equals == part.size())
+        if (found == parts.end() || equals == part.size()) {
             return std::nullopt;
+        }
         const auto index = static_cast<std::size_t>(found - parts.begin());
-        if (read.test(index) || !found->read(part.substr(equals + 1), recur))
+        if (read.test(index) || !found->read(part.substr(equals + 1), recur)) {
             return std::nullopt;
+        }
         read.set(index);
     }
 
     static_assert(parts.front().name == "FREQ");
-    if (!read.test(0) || !hasMeaningAtItsFrequency(recur))
+    if (!read.test(0) || !hasMeaningAtItsFrequency(recur)) {
         return std::nullopt;
+    }
     return recur;
 }
 
@@ -304,10 +325,12 @@ std::string formatRecur(const Recur& recur) {
     std::string text;
     for (const Part& part : parts) {
         const std::string value = part.write(recur);
-        if (value.empty())
+        if (value.empty()) {
             continue;
-        if (!text.empty())
+        }
+        if (!text.empty()) {
             text += ';';
+        }
         text.append(part.name).append(1, '=').append(value);
     }
     return text;

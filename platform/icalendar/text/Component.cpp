@@ -24,15 +24,17 @@ class Unfolder {
 
     std::optional<LogicalLine> next() {
         const std::optional<PhysicalLine> first = physicalLineAt(text_, position_);
-        if (!first)
+        if (!first) {
             return std::nullopt;
+        }
         const std::size_t begin = position_;
         char* const start = buffer_;
         append(first->text);
         position_ = first->next;
         while (const std::optional<PhysicalLine> more = physicalLineAt(text_, position_)) {
-            if (!more->isContinuation())
+            if (!more->isContinuation()) {
                 break;
+            }
             append(more->text.substr(1));
             position_ = more->next;
         }
@@ -42,8 +44,9 @@ class Unfolder {
   private:
     void append(std::string_view piece) {
         // An empty view may carry a null pointer, which memcpy must not be given.
-        if (!piece.empty())
+        if (!piece.empty()) {
             std::memcpy(buffer_, piece.data(), piece.size());
+        }
         buffer_ += piece.size();
     }
 
@@ -69,14 +72,17 @@ std::optional<ParsedComponent> ParsedComponent::parse(std::string_view text, Tex
     std::vector<Component*> open;
     std::size_t lines = 0;
     while (const auto line = unfolder.next()) {
-        if (++lines > maximumLines)
+        if (++lines > maximumLines) {
             return std::nullopt;
+        }
         const std::optional<ContentLine> content = parseContentLine(line->text);
-        if (!content)
+        if (!content) {
             continue;
+        }
         if (equalsIgnoringCase(content->name, "BEGIN")) {
-            if (open.size() == maximumDepth)
+            if (open.size() == maximumDepth) {
                 return std::nullopt;
+            }
             Component& child = open.empty() ? parsed.root_ : open.back()->components.emplace_back();
             child.name = content->value;
             child.range.begin = line->range.begin;
@@ -85,13 +91,15 @@ std::optional<ParsedComponent> ParsedComponent::parse(std::string_view text, Tex
             return std::nullopt;
         } else if (equalsIgnoringCase(content->name, "END")) {
             Component& ended = *open.back();
-            if (!equalsIgnoringCase(content->value, ended.name))
+            if (!equalsIgnoringCase(content->value, ended.name)) {
                 return std::nullopt;
+            }
             ended.bodyEnd = line->range.begin;
             ended.range.end = line->range.end;
             open.pop_back();
-            if (open.empty())
+            if (open.empty()) {
                 return parsed;
+            }
         } else {
             open.back()->properties.push_back({*content, line->range});
         }

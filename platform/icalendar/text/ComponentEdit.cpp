@@ -18,8 +18,9 @@ void TextEdit::replace(TextRange range, std::string replacement) {
 std::string TextEdit::result(TextRange range) const {
     std::vector<const Replacement*> ordered;
     for (const Replacement& each : replacements_) {
-        if (each.range.begin >= range.begin && each.range.end <= range.end)
+        if (each.range.begin >= range.begin && each.range.end <= range.end) {
             ordered.push_back(&each);
+        }
     }
     std::stable_sort(
         ordered.begin(), ordered.end(), [](const Replacement* left, const Replacement* right) {
@@ -44,11 +45,13 @@ ComponentEdit::ComponentEdit(std::string_view text, const Component& component, 
 
 void ComponentEdit::set(std::string_view name, std::string_view line) {
     const Property* first = component_.first(name);
-    if (!first)
+    if (!first) {
         return add(line);
+    }
     for (const Property& property : component_.properties) {
-        if (equalsIgnoringCase(property.name, name))
+        if (equalsIgnoringCase(property.name, name)) {
             edit_.replace(property.range, &property == first ? foldLine(line, lineEnd_) : "");
+        }
     }
 }
 
@@ -58,15 +61,17 @@ void ComponentEdit::add(std::string_view line) {
 
 void ComponentEdit::remove(std::string_view name) {
     for (const Property& property : component_.properties) {
-        if (equalsIgnoringCase(property.name, name))
+        if (equalsIgnoringCase(property.name, name)) {
             edit_.replace(property.range, {});
+        }
     }
 }
 
 void ComponentEdit::removeComponents(std::string_view name) {
     for (const Component& child : component_.components) {
-        if (equalsIgnoringCase(child.name, name))
+        if (equalsIgnoringCase(child.name, name)) {
             edit_.replace(child.range, {});
+        }
     }
 }
 

@@ -13,17 +13,19 @@ constexpr std::size_t foldWidth = 75;
 std::size_t findOutsideQuotes(std::string_view text, std::string_view wanted, std::size_t from) {
     bool quoted = false;
     for (std::size_t i = from; i < text.size(); ++i) {
-        if (text[i] == '"')
+        if (text[i] == '"') {
             quoted = !quoted;
-        else if (!quoted && wanted.find(text[i]) != std::string_view::npos)
+        } else if (!quoted && wanted.find(text[i]) != std::string_view::npos) {
             return i;
+        }
     }
     return std::string_view::npos;
 }
 
 std::string_view withoutQuotes(std::string_view value) {
-    if (value.size() >= 2 && value.front() == '"' && value.back() == '"')
+    if (value.size() >= 2 && value.front() == '"' && value.back() == '"') {
         return value.substr(1, value.size() - 2);
+    }
     return value;
 }
 
@@ -41,11 +43,13 @@ std::string decodeParameter(std::string_view value) {
 
 // The longest prefix of at most `limit` bytes that ends at a character's end.
 std::size_t prefixAtCharacterEnd(std::string_view text, std::size_t limit) {
-    if (text.size() <= limit)
+    if (text.size() <= limit) {
         return text.size();
+    }
     std::size_t end = limit;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
         --end;
+    }
     return end == 0 ? limit : end;
 }
 
@@ -53,17 +57,21 @@ std::size_t prefixAtCharacterEnd(std::string_view text, std::size_t limit) {
 
 std::optional<ContentLine> parseContentLine(std::string_view line) {
     const std::size_t nameEnd = line.find_first_of(";:");
-    if (nameEnd == std::string_view::npos || nameEnd == 0)
+    if (nameEnd == std::string_view::npos || nameEnd == 0) {
         return std::nullopt;
+    }
     const std::string_view name = line.substr(0, nameEnd);
-    if (line[nameEnd] == ':')
+    if (line[nameEnd] == ':') {
         return ContentLine{name, {}, line.substr(nameEnd + 1)};
+    }
     std::size_t colon = findOutsideQuotes(line, ":", nameEnd);
     // A quotation mark that is never closed must not swallow the value.
-    if (colon == std::string_view::npos)
+    if (colon == std::string_view::npos) {
         colon = line.find(':', nameEnd);
-    if (colon == std::string_view::npos)
+    }
+    if (colon == std::string_view::npos) {
         return std::nullopt;
+    }
     return ContentLine{name, line.substr(nameEnd + 1, colon - nameEnd - 1), line.substr(colon + 1)};
 }
 
@@ -74,8 +82,9 @@ std::optional<std::string> parameterValue(const ContentLine& line, std::string_v
         const std::string_view parameter = rest.substr(0, end);
         const std::size_t equals = parameter.find('=');
         if (equals != std::string_view::npos &&
-            equalsIgnoringCase(parameter.substr(0, equals), name))
+            equalsIgnoringCase(parameter.substr(0, equals), name)) {
             return repairedUTF8(decodeParameter(withoutQuotes(parameter.substr(equals + 1))));
+        }
         rest.remove_prefix(std::min(end + 1, rest.size()));
     }
     return std::nullopt;
@@ -85,19 +94,21 @@ std::string encodeParameter(std::string_view value) {
     const bool quoted = value.find_first_of(":;,") != std::string_view::npos;
     std::string encoded(quoted ? "\"" : "");
     for (const char c : value) {
-        if (c == '\n')
+        if (c == '\n') {
             encoded += "^n";
-        else if (c == '"')
+        } else if (c == '"') {
             encoded += "^'";
-        else
+        } else {
             encoded.append(c == '^' ? 2 : 1, c);
+        }
     }
     return quoted ? encoded + '"' : encoded;
 }
 
 std::string decodeText(std::string_view value) {
-    if (value.find('\\') == std::string_view::npos)
+    if (value.find('\\') == std::string_view::npos) {
         return repairedUTF8(value);
+    }
     std::string decoded;
     decoded.reserve(value.size());
     for (std::size_t i = 0; i < value.size(); ++i) {
@@ -121,12 +132,14 @@ std::string encodeText(std::string_view text) {
     std::string encoded;
     encoded.reserve(text.size());
     for (const char c : text) {
-        if (c == '\\' || c == ',' || c == ';')
+        if (c == '\\' || c == ',' || c == ';') {
             encoded += '\\';
-        if (c == '\n')
+        }
+        if (c == '\n') {
             encoded += "\\n";
-        else
+        } else {
             encoded += c;
+        }
     }
     return encoded;
 }
@@ -139,22 +152,26 @@ std::string foldLine(std::string_view line, std::string_view lineEnd) {
         folded += line.substr(0, taken);
         folded += lineEnd;
         line.remove_prefix(taken);
-        if (line.empty())
+        if (line.empty()) {
             return folded;
+        }
         folded += ' ';
         width = foldWidth - 1;
     }
 }
 
 std::optional<PhysicalLine> physicalLineAt(std::string_view text, std::size_t position) {
-    if (position >= text.size())
+    if (position >= text.size()) {
         return std::nullopt;
+    }
     const std::size_t feed = text.find('\n', position);
-    if (feed == std::string_view::npos)
+    if (feed == std::string_view::npos) {
         return PhysicalLine{text.substr(position), text.size()};
+    }
     std::string_view line = text.substr(position, feed - position);
-    if (line.ends_with('\r'))
+    if (line.ends_with('\r')) {
         line.remove_suffix(1);
+    }
     return PhysicalLine{line, feed + 1};
 }
 

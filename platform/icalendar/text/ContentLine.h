@@ -33,11 +33,13 @@ inline bool equalsIgnoringCase(std::string_view left, std::string_view right) {
     const auto lower = [](char c) {
         return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     };
-    if (left.size() != right.size())
+    if (left.size() != right.size()) {
         return false;
+    }
     for (std::size_t i = 0; i < left.size(); ++i) {
-        if (left[i] != right[i] && lower(left[i]) != lower(right[i]))
+        if (left[i] != right[i] && lower(left[i]) != lower(right[i])) {
             return false;
+        }
     }
     return true;
 }

@@ -17,8 +17,9 @@ constexpr std::int64_t maximumDurationDays = 3'660'000;
 std::optional<int> digits(std::string_view text) {
     int value = 0;
     for (const char c : text) {
-        if (c < '0' || c > '9')
+        if (c < '0' || c > '9') {
             return std::nullopt;
+        }
         value = value * 10 + (c - '0');
     }
     return text.empty() ? std::nullopt : std::optional(value);
@@ -44,8 +45,9 @@ std::optional<seconds> clockTime(std::string_view text) {
     const auto hour = digits(text.substr(0, 2));
     const auto minute = digits(text.substr(2, 2));
     const auto second = text.size() == 4 ? std::optional(0) : digits(text.substr(4));
-    if (!hour || !minute || !second || *hour > 23 || *minute > 59 || *second > 60)
+    if (!hour || !minute || !second || *hour > 23 || *minute > 59 || *second > 60) {
         return std::nullopt;
+    }
     return hours(*hour) + minutes(*minute) + seconds(std::min(*second, 59));
 }
 
@@ -63,13 +65,15 @@ DateTime DateTime::withInstant(std::chrono::sys_seconds instant) const {
 }
 
 std::optional<std::chrono::sys_days> parseDate(std::string_view text) {
-    if (text.size() != 8)
+    if (text.size() != 8) {
         return std::nullopt;
+    }
     const auto year = digits(text.substr(0, 4));
     const auto month = digits(text.substr(4, 2));
     const auto day = digits(text.substr(6, 2));
-    if (!year || !month || !day || *year == 0)
+    if (!year || !month || !day || *year == 0) {
         return std::nullopt;
+    }
     const std::chrono::year_month_day date{std::chrono::year(*year),
         std::chrono::month(static_cast<unsigned>(*month)),
         std::chrono::day(static_cast<unsigned>(*day))};
@@ -77,30 +81,36 @@ std::optional<std::chrono::sys_days> parseDate(std::string_view text) {
 }
 
 std::optional<LocalTime> parseDateTime(std::string_view text) {
-    if (text.size() != 15 || (text[8] != 'T' && text[8] != 't'))
+    if (text.size() != 15 || (text[8] != 'T' && text[8] != 't')) {
         return std::nullopt;
+    }
     const auto date = parseDate(text.substr(0, 8));
     const auto clock = clockTime(text.substr(9));
-    if (!date || !clock)
+    if (!date || !clock) {
         return std::nullopt;
+    }
     return LocalTime(date->time_since_epoch()) + *clock;
 }
 
 std::optional<seconds> parseUtcOffset(std::string_view text) {
-    if ((text.size() != 5 && text.size() != 7) || (text[0] != '+' && text[0] != '-'))
+    if ((text.size() != 5 && text.size() != 7) || (text[0] != '+' && text[0] != '-')) {
         return std::nullopt;
+    }
     const auto offset = clockTime(text.substr(1));
-    if (!offset)
+    if (!offset) {
         return std::nullopt;
+    }
     return text[0] == '-' ? -*offset : *offset;
 }
 
 std::optional<Duration> parseDuration(std::string_view text) {
     const bool negative = text.starts_with('-');
-    if (negative || text.starts_with('+'))
+    if (negative || text.starts_with('+')) {
         text.remove_prefix(1);
-    if (!text.starts_with('P') || text.size() < 3)
+    }
+    if (!text.starts_with('P') || text.size() < 3) {
         return std::nullopt;
+    }
     text.remove_prefix(1);
     std::int64_t dayCount = 0;
     std::int64_t secondCount = 0;
@@ -112,20 +122,23 @@ std::optional<Duration> parseDuration(std::string_view text) {
             continue;
         }
         const std::size_t length = std::min(text.find_first_not_of("0123456789"), text.size());
-        if (length == text.size() || length > 9)
+        if (length == text.size() || length > 9) {
             return std::nullopt;
+        }
         const auto count = digits(text.substr(0, length));
         const auto unit =
             std::find_if(durationUnits.begin(), durationUnits.end(), [&](const DurationUnit& each) {
                 return each.letter == text[length] && each.inTimePart == inTimePart;
             });
-        if (!count || unit == durationUnits.end())
+        if (!count || unit == durationUnits.end()) {
             return std::nullopt;
+        }
         dayCount += *count * unit->days;
         secondCount += *count * unit->seconds;
         text.remove_prefix(length + 1);
-        if (dayCount + secondCount / 86'400 > maximumDurationDays)
+        if (dayCount + secondCount / 86'400 > maximumDurationDays) {
             return std::nullopt;
+        }
     }
     const std::int64_t sign = negative ? -1 : 1;
     return Duration{days(sign * dayCount), seconds(sign * secondCount)};
@@ -133,18 +146,22 @@ std::optional<Duration> parseDuration(std::string_view text) {
 
 std::optional<DateTime> parseDateTimeValue(
     const ContentLine& line, std::string_view value, TimeZones& zones) {
-    if (const auto date = parseDate(value))
+    if (const auto date = parseDate(value)) {
         return DateTime{
             LocalTime(date->time_since_epoch()), DateTime::Form::date, zones.local(), {}};
+    }
     const bool utc = value.ends_with('Z') || value.ends_with('z');
     const auto time = parseDateTime(utc ? value.substr(0, value.size() - 1) : value);
-    if (!time)
+    if (!time) {
         return std::nullopt;
-    if (utc)
+    }
+    if (utc) {
         return DateTime{*time, DateTime::Form::utc, Zone::utc(), {}};
+    }
     const std::optional<std::string> identifier = parameterValue(line, "TZID");
-    if (!identifier || identifier->empty())
+    if (!identifier || identifier->empty()) {
         return DateTime{*time, DateTime::Form::floating, zones.local(), {}};
+    }
     return DateTime{*time, DateTime::Form::zoned, zones.named(*identifier), *identifier};
 }
 
@@ -164,10 +181,12 @@ std::string formatDateTime(const DateTime& value) {
 
 std::string dateTimeProperty(std::string_view name, const DateTime& value) {
     std::string property(name);
-    if (value.isDate())
+    if (value.isDate()) {
         property += ";VALUE=DATE";
-    if (value.form == DateTime::Form::zoned)
+    }
+    if (value.form == DateTime::Form::zoned) {
         property += ";TZID=" + encodeParameter(value.zoneIdentifier);
+    }
     return property + ":" + formatDateTime(value);
 }
 
@@ -175,19 +194,24 @@ std::string formatDuration(seconds duration) {
     std::string text = duration.count() < 0 ? "-P" : "P";
     const std::int64_t total = std::abs(duration.count());
     const std::int64_t dayCount = total / 86'400;
-    if (dayCount > 0)
+    if (dayCount > 0) {
         text += std::to_string(dayCount) + "D";
-    if (total % 86'400 == 0 && dayCount > 0)
+    }
+    if (total % 86'400 == 0 && dayCount > 0) {
         return text;
+    }
     const std::int64_t rest = total % 86'400;
     text += "T";
-    if (rest >= 3600)
+    if (rest >= 3600) {
         text += std::to_string(rest / 3600) + "H";
+    }
     // Hours and seconds must not stand side by side without minutes between them.
-    if (rest % 3600 >= 60 || (rest >= 3600 && rest % 60 > 0))
+    if (rest % 3600 >= 60 || (rest >= 3600 && rest % 60 > 0)) {
         text += std::to_string(rest % 3600 / 60) + "M";
-    if (rest % 60 > 0 || rest == 0)
+    }
+    if (rest % 60 > 0 || rest == 0) {
         text += std::to_string(rest % 60) + "S";
+    }
     return text;
 }
 

@@ -46,10 +46,12 @@ void addRuleOnsets(const Recur& rule, LocalTime start, Observance& observance, W
     expansion.drawOn(budget);
     expansion.endBefore(horizon);
     while (const auto onset = expansion.next()) {
-        if (observance.onsets.size() >= maximumChanges)
+        if (observance.onsets.size() >= maximumChanges) {
             return;
-        if (rule.until && *onset > lastOnset(*rule.until, observance.from))
+        }
+        if (rule.until && *onset > lastOnset(*rule.until, observance.from)) {
             return;
+        }
         observance.onsets.push_back(*onset);
     }
 }
@@ -57,8 +59,9 @@ void addRuleOnsets(const Recur& rule, LocalTime start, Observance& observance, W
 void addListedOnsets(std::string_view values, Observance& observance) {
     while (!values.empty() && observance.onsets.size() < maximumChanges) {
         const std::size_t end = std::min(values.find(','), values.size());
-        if (const auto onset = parseDateTime(values.substr(0, std::min<std::size_t>(end, 15))))
+        if (const auto onset = parseDateTime(values.substr(0, std::min<std::size_t>(end, 15)))) {
             observance.onsets.push_back(*onset);
+        }
         values.remove_prefix(std::min(end + 1, values.size()));
     }
 }
@@ -70,15 +73,18 @@ std::optional<Observance> readObservance(const Component& component, WorkBudget&
     const auto onset = start ? parseDateTime(start->value.substr(0, 15)) : std::nullopt;
     const auto before = from ? parseUtcOffset(from->value) : std::nullopt;
     const auto after = to ? parseUtcOffset(to->value) : std::nullopt;
-    if (!onset || !before || !after)
+    if (!onset || !before || !after) {
         return std::nullopt;
+    }
     Observance observance{*before, *after, {*onset}};
     for (const Property& property : component.properties) {
-        if (equalsIgnoringCase(property.name, "RDATE"))
+        if (equalsIgnoringCase(property.name, "RDATE")) {
             addListedOnsets(property.value, observance);
-        else if (equalsIgnoringCase(property.name, "RRULE"))
-            if (const auto rule = parseRecur(property.value))
+        } else if (equalsIgnoringCase(property.name, "RRULE")) {
+            if (const auto rule = parseRecur(property.value)) {
                 addRuleOnsets(*rule, *onset, observance, budget);
+            }
+        }
     }
     return observance;
 }
@@ -123,11 +129,13 @@ std::optional<YearlyPattern> patternOf(std::span<const OffsetTable::Change> chan
             onset - std::chrono::floor<days>(onset) == first - std::chrono::floor<days>(first) &&
             changes[i].before == changes.front().before &&
             changes[i].after == changes.front().after;
-        if (!same)
+        if (!same) {
             return std::nullopt;
+        }
     }
-    if (lastDay - firstDay != 6)
+    if (lastDay - firstDay != 6) {
         return std::nullopt;
+    }
     return YearlyPattern{dateOf(first).month(), weekdayOf(first), firstDay,
         first - std::chrono::floor<days>(first), changes.front().before, changes.front().after};
 }
@@ -138,14 +146,15 @@ Recur ruleOf(const YearlyPattern& pattern) {
     rule.byMonth = {static_cast<int>(static_cast<unsigned>(pattern.month))};
     const auto lastOfMonth =
         static_cast<unsigned>((std::chrono::year(2001) / pattern.month / std::chrono::last).day());
-    if (pattern.firstDay % 7 == 1 && pattern.firstDay <= 22)
+    if (pattern.firstDay % 7 == 1 && pattern.firstDay <= 22) {
         rule.byDay = {{static_cast<int>(pattern.firstDay / 7) + 1, pattern.weekday}};
-    else if (pattern.firstDay == lastOfMonth - 6)
+    } else if (pattern.firstDay == lastOfMonth - 6) {
         rule.byDay = {{-1, pattern.weekday}};
-    else {
+    } else {
         rule.byDay = {{0, pattern.weekday}};
-        for (unsigned day = pattern.firstDay; day < pattern.firstDay + 7; ++day)
+        for (unsigned day = pattern.firstDay; day < pattern.firstDay + 7; ++day) {
             rule.byMonthDay.push_back(static_cast<int>(day));
+        }
     }
     return rule;
 }
@@ -169,8 +178,9 @@ std::string observanceText(LocalTime onset, seconds from, seconds to, bool dayli
     for (const std::string& line : {"BEGIN:" + std::string(kind),
              "DTSTART:" + formatDateTime(start), "TZOFFSETFROM:" + offsetText(from),
              "TZOFFSETTO:" + offsetText(to), repetition, "END:" + std::string(kind)}) {
-        if (!line.empty())
+        if (!line.empty()) {
             text += foldLine(line, lineEnd);
+        }
     }
     return text;
 }
@@ -186,13 +196,15 @@ constexpr sys_seconds latestBegin =
 std::vector<OffsetTable::Change> changesFrom(const Zone& zone, sys_seconds from) {
     std::vector<OffsetTable::Change> changes;
     from = std::min(from, latestBegin);
-    if (const auto inForce = zone.changeUpTo(from))
+    if (const auto inForce = zone.changeUpTo(from)) {
         changes.push_back(*inForce);
+    }
     sys_seconds at = changes.empty() ? from : changes.back().at;
     while (changes.size() < maximumListed + 2 * cycleYears) {
         const auto next = zone.changeAfter(at);
-        if (!next)
+        if (!next) {
             break;
+        }
         changes.push_back(*next);
         at = next->at;
     }
@@ -201,8 +213,9 @@ std::vector<OffsetTable::Change> changesFrom(const Zone& zone, sys_seconds from)
 
 std::vector<OffsetTable::Change> everySecond(std::span<const OffsetTable::Change> changes) {
     std::vector<OffsetTable::Change> selected;
-    for (std::size_t i = 0; i < changes.size(); i += 2)
+    for (std::size_t i = 0; i < changes.size(); i += 2) {
         selected.push_back(changes[i]);
+    }
     return selected;
 }
 
@@ -212,17 +225,21 @@ std::optional<Zone> readVTimeZone(const Component& component) {
     WorkBudget budget(maximumSteps);
     auto table = std::make_shared<OffsetTable>();
     for (const Component& child : component.components) {
-        if (table->changes.size() >= maximumChangesOfZone)
+        if (table->changes.size() >= maximumChangesOfZone) {
             break;
+        }
         const auto observance = readObservance(child, budget);
-        if (!observance)
+        if (!observance) {
             continue;
-        for (const LocalTime onset : observance->onsets)
+        }
+        for (const LocalTime onset : observance->onsets) {
             table->changes.push_back({sys_seconds(onset.time_since_epoch()) - observance->from,
                 observance->from, observance->to});
+        }
     }
-    if (table->changes.empty())
+    if (table->changes.empty()) {
         return std::nullopt;
+    }
     std::sort(table->changes.begin(), table->changes.end(),
         [](const auto& left, const auto& right) { return left.at < right.at; });
     table->initial = table->changes.front().before;
@@ -238,10 +255,11 @@ std::string writeVTimeZone(
         return change.after > change.before;
     };
     std::size_t ruled = 0;
-    if (changes.empty())
+    if (changes.empty()) {
         text += observanceText(
             LocalTime(std::chrono::local_days(std::chrono::year(1970) / std::chrono::January / 1)),
             zone.offsetAt(from), zone.offsetAt(from), false, {}, lineEnd);
+    }
     for (; ruled < changes.size(); ++ruled) {
         const std::span rest = std::span(changes).subspan(ruled);
         if (rest.size() >= 2 * cycleYears) {

@@ -59,8 +59,9 @@ Zone Zone::utc() {
 
 std::optional<Zone> Zone::system(std::string_view name) {
     absl::TimeZone zone;
-    if (!isPlainZoneName(name) || !absl::LoadTimeZone(std::string(name), &zone))
+    if (!isPlainZoneName(name) || !absl::LoadTimeZone(std::string(name), &zone)) {
         return std::nullopt;
+    }
     return Zone(zone);
 }
 
@@ -73,8 +74,9 @@ Zone Zone::fromTable(std::shared_ptr<const OffsetTable> table) {
 }
 
 sys_seconds Zone::instantOf(LocalTime time) const {
-    if (const auto* zone = std::get_if<absl::TimeZone>(&rules_))
+    if (const auto* zone = std::get_if<absl::TimeZone>(&rules_)) {
         return sys_seconds(seconds(absl::ToUnixSeconds(zone->At(civil(time)).pre)));
+    }
     const OffsetTable& table = *std::get<std::shared_ptr<const OffsetTable>>(rules_);
     const auto next = std::partition_point(table.changes.begin(), table.changes.end(),
         [&](const OffsetTable::Change& change) { return lastWallClockBefore(change) <= time; });
@@ -83,14 +85,16 @@ sys_seconds Zone::instantOf(LocalTime time) const {
 }
 
 LocalTime Zone::wallClockAt(sys_seconds instant) const {
-    if (const auto* zone = std::get_if<absl::TimeZone>(&rules_))
+    if (const auto* zone = std::get_if<absl::TimeZone>(&rules_)) {
         return wallClock(zone->At(absolute(instant)).cs);
+    }
     return LocalTime((instant + offsetAt(instant)).time_since_epoch());
 }
 
 seconds Zone::offsetAt(sys_seconds instant) const {
-    if (const auto* zone = std::get_if<absl::TimeZone>(&rules_))
+    if (const auto* zone = std::get_if<absl::TimeZone>(&rules_)) {
         return seconds(zone->At(absolute(instant)).offset);
+    }
     const OffsetTable& table = *std::get<std::shared_ptr<const OffsetTable>>(rules_);
     const auto next = std::partition_point(table.changes.begin(), table.changes.end(),
         [&](const OffsetTable::Change& change) { return change.at <= instant; });
@@ -113,8 +117,9 @@ std::optional<OffsetTable::Change> Zone::firstChange(sys_seconds instant, Step s
     while (zone && (zone->*step)(absolute(instant), &transition)) {
         const sys_seconds at(seconds(absl::ToUnixSeconds(zone->At(transition.to).trans)));
         const OffsetTable::Change change{at, offsetAt(at - seconds(1)), offsetAt(at)};
-        if (change.before != change.after)
+        if (change.before != change.after) {
             return change;
+        }
         instant = at;
     }
     return std::nullopt;
@@ -123,8 +128,9 @@ std::optional<OffsetTable::Change> Zone::firstChange(sys_seconds instant, Step s
 std::optional<std::string> localZoneName() {
     std::string name = localTimeZoneName();
     const std::optional<Zone> zone = Zone::system(name);
-    if (!zone || name == "UTC" || name == "Etc/UTC")
+    if (!zone || name == "UTC" || name == "Etc/UTC") {
         return std::nullopt;
+    }
     return name;
 }
 
@@ -135,30 +141,36 @@ TimeZones::TimeZones(Zone local, std::string_view text, std::span<const TextRang
 
 Zone TimeZones::named(const std::string& identifier) {
     const auto found = known_.find(identifier);
-    if (found != known_.end())
+    if (found != known_.end()) {
         return found->second;
+    }
     return known_.emplace(identifier, resolve(identifier)).first->second;
 }
 
 Zone TimeZones::resolve(const std::string& identifier) {
-    if (auto zone = Zone::system(identifier))
+    if (auto zone = Zone::system(identifier)) {
         return *zone;
-    if (auto zone = defined(identifier))
+    }
+    if (auto zone = defined(identifier)) {
         return *zone;
+    }
     for (std::size_t at = identifier.find('/'); at != std::string::npos;
          at = identifier.find('/', at + 1)) {
-        if (auto zone = Zone::system(std::string_view(identifier).substr(at + 1)))
+        if (auto zone = Zone::system(std::string_view(identifier).substr(at + 1))) {
             return *zone;
+        }
     }
     return local_;
 }
 
 std::optional<Zone> TimeZones::defined(const std::string& identifier) {
-    if (!definitionsAreNamed_)
+    if (!definitionsAreNamed_) {
         nameDefinitions();
+    }
     const auto found = definitionsByName_.find(identifier);
-    if (found == definitionsByName_.end() || definitionsRead_ == maximumDefinitions)
+    if (found == definitionsByName_.end() || definitionsRead_ == maximumDefinitions) {
         return std::nullopt;
+    }
     ++definitionsRead_;
     const auto component = ParsedComponent::parse(text_, *found->second);
     return component ? readVTimeZone(**component) : std::nullopt;
@@ -169,8 +181,9 @@ void TimeZones::nameDefinitions() {
     for (const TextRange& range : definitions_) {
         const auto component = ParsedComponent::parse(text_, range);
         const Property* name = component ? (*component)->first("TZID") : nullptr;
-        if (name)
+        if (name) {
             definitionsByName_.emplace(decodeText(name->value), &range);
+        }
     }
 }
 

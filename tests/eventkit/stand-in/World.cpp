@@ -8,7 +8,6 @@
 #include <utility>
 
 namespace quenbrook::standin {
-
 namespace {
 
 World* currentWorld = nullptr;

@@ -249,8 +249,9 @@ TEST(Updates, TurnTimesIntoWholeDaysAndBack) {
 
 std::size_t occurrences(std::string_view text, std::string_view part) {
     std::size_t count = 0;
-    for (std::size_t i = text.find(part); i != std::string_view::npos; i = text.find(part, i + 1))
+    for (std::size_t i = text.find(part); i != std::string_view::npos; i = text.find(part, i + 1)) {
         ++count;
+    }
     return count;
 }
 
@@ -293,9 +294,11 @@ TEST(Updates, ReplaceAllAlarmsAndNoOtherComponent) {
     const auto after = updated(text, alarming({-900, 0, 90.9, -2147483647}));
     ASSERT_TRUE(after);
     std::vector<std::string> triggers;
-    for (const std::string& line : changedLines(text, *after))
-        if (line.starts_with("+TRIGGER"))
+    for (const std::string& line : changedLines(text, *after)) {
+        if (line.starts_with("+TRIGGER")) {
             triggers.push_back(line);
+        }
+    }
     EXPECT_EQ(triggers, sorted({"+TRIGGER:-PT15M", "+TRIGGER:PT0S", "+TRIGGER:PT1M30S",
                             "+TRIGGER:-P24855DT3H14M7S"}));
     EXPECT_EQ(findEvent(*after, "e")->event.alarmCount, 4u);
@@ -405,8 +408,9 @@ TEST(Updates, KeepTheLineEndsOfTheFile) {
     EXPECT_EQ(changedLines(feeds, *after), sorted({"-SUMMARY:old", "+SUMMARY:a new title"}));
     const auto withReturns = updated(text, titled("a new title"));
     ASSERT_TRUE(withReturns);
-    for (const std::string& line : test::linesOf(*withReturns))
+    for (const std::string& line : test::linesOf(*withReturns)) {
         EXPECT_TRUE(line.ends_with("\r\n")) << line;
+    }
     // The lines of a file with both keep theirs.
     std::string mixed = text;
     mixed.erase(mixed.find("\r\nGEO"), 1);
@@ -520,13 +524,15 @@ TEST(UpdatesOfASeries, MakeAnExceptionOfAnyOccurrence) {
         const auto after = updatedStream(text, {"e", at(original)}, titled("Einmal"), now);
         ASSERT_TRUE(after) << original;
         for (const auto& found :
-            RangeQuery(at("2026-01-01T00:00:00Z"), at("2027-01-01T00:00:00Z")).eventsIn(*after))
+            RangeQuery(at("2026-01-01T00:00:00Z"), at("2027-01-01T00:00:00Z")).eventsIn(*after)) {
             EXPECT_EQ(
                 found.event.title, found.key.originalStart == at(original) ? "Einmal" : "Reihe");
+        }
     }
     for (const std::string_view gone :
-        {"2026-01-06T09:00:00Z", "2026-01-09T09:00:00Z", "2026-01-05T09:00:01Z"})
+        {"2026-01-06T09:00:00Z", "2026-01-09T09:00:00Z", "2026-01-05T09:00:01Z"}) {
         EXPECT_FALSE(updatedStream(text, {"e", at(gone)}, titled("Einmal"), now)) << gone;
+    }
 }
 
 // Such a component counts as the series itself; its copy must not.
@@ -558,8 +564,9 @@ TEST(UpdatesOfASeries, WithTheSameRulesLeaveTheRules) {
     const auto after = updated(text, changes);
     ASSERT_TRUE(after);
     EXPECT_EQ(outlineOf(*after).events.size(), 2u);
-    for (const std::string& line : changedLines(text, *after))
+    for (const std::string& line : changedLines(text, *after)) {
         EXPECT_TRUE(line.starts_with('+')) << line;
+    }
 }
 
 struct RewriteCase {
@@ -586,8 +593,9 @@ TEST(UpdatesOfASeries, WithOtherRulesRewriteItFromItsFirstStandingOccurrence) {
         ASSERT_TRUE(after) << row.description;
         std::vector<std::string> starts;
         for (const auto& found :
-            RangeQuery(at("2026-01-05T00:00:00Z"), at("2027-01-01T00:00:00Z")).eventsIn(*after))
+            RangeQuery(at("2026-01-05T00:00:00Z"), at("2027-01-01T00:00:00Z")).eventsIn(*after)) {
             starts.push_back(test::written(found.event.start));
+        }
         EXPECT_EQ(starts, row.starts) << row.description;
         EXPECT_NE(after->find("X-OWN:kept\r\n"), std::string::npos);
         EXPECT_EQ(outlineOf(*after).events.size(), 2u) << row.description;
@@ -660,8 +668,9 @@ const std::string movedFirst =
 
 std::vector<std::string> goneLines(std::string_view lines) {
     std::vector<std::string> gone;
-    for (const std::string& line : test::linesOf(lines))
+    for (const std::string& line : test::linesOf(lines)) {
         gone.push_back("-" + line.substr(0, line.size() - 1));
+    }
     return gone;
 }
 
@@ -762,8 +771,9 @@ TEST(Removals, OneByOneEndASeriesWithItsFile) {
 TEST(Removals, LeaveASeriesWhoseNextOccurrenceCostsTooMuchToFind) {
     const support::ScopedTimeZone local("UTC");
     std::string rules;
-    for (int i = 0; i < 50'000; ++i)
+    for (int i = 0; i < 50'000; ++i) {
         rules += "RRULE:FREQ=SECONDLY\n";
+    }
     const std::string text = eventStream(hour + rules);
     const auto after = streamWithout(text, keyOf(text), now);
     ASSERT_TRUE(after);
@@ -783,8 +793,9 @@ TEST(Removals, CannotBeMisledByTheNameOfAZone) {
         eventStream("DTSTART:20260105T100000Z\nRDATE;TZID=a^nX-INJECTED:20260101T100000\n");
     const auto after = streamWithout(text, keyOf(text), now);
     ASSERT_TRUE(after);
-    for (const std::string& line : test::linesOf(*after))
+    for (const std::string& line : test::linesOf(*after)) {
         EXPECT_FALSE(line.starts_with("X-INJECTED")) << line;
+    }
     EXPECT_EQ(keyOf(*after).originalStart, at("2026-01-05T10:00:00Z"));
 }
 
@@ -952,15 +963,17 @@ TEST(Texts, CannotBecomePropertiesOrComponents) {
             EXPECT_EQ(outline.broken, 0u) << text;
             const auto event = ParsedComponent::parse(written, outline.events[0].range);
             ASSERT_TRUE(event);
-            for (const Property& property : (*event)->properties)
+            for (const Property& property : (*event)->properties) {
                 EXPECT_TRUE(property.name != "ATTENDEE" && property.name != "X-EVIL") << text;
+            }
             const Event read = findEvent(written, "e")->event;
             EXPECT_EQ(read.title, text);
             EXPECT_EQ(read.location, text);
             EXPECT_EQ(read.notes, text);
             EXPECT_TRUE(read.participants.empty());
-            for (const std::string& line : test::linesOf(written))
+            for (const std::string& line : test::linesOf(written)) {
                 EXPECT_LE(line.size(), 77u) << line;
+            }
         }
     }
 }
@@ -986,8 +999,9 @@ TEST(Refusals, AreOfEveryNumberThatCannotBeHeld) {
     const std::string text = eventStream(hour);
     std::vector<EventChanges> refused;
     for (const double alarm : {2147483648.0, -2147483648.0, 1e300, std::nan(""),
-             std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()})
+             std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()}) {
         refused.push_back(alarming({0, alarm}));
+    }
     for (const RecurrenceRule& rule : std::vector<RecurrenceRule>{
              {.frequency = 4},
              {.frequency = -1},
@@ -1006,8 +1020,9 @@ TEST(Refusals, AreOfEveryNumberThatCannotBeHeld) {
              {.frequency = 3, .monthsOfTheYear = {13}},
              {.frequency = 0,
              .end = RecurrenceEnd::withEndDate(at("9999-12-31T23:59:59Z") + std::chrono::days(2))},
-         })
+         }) {
         refused.push_back(repeating({{.frequency = 0}, rule}));
+    }
     refused.push_back(ending("2026-01-05T09:59:59Z"));
     refused.push_back(starting("2026-01-05T11:00:01Z"));
     refused.push_back(ending("9999-12-31T23:59:59Z"));
@@ -1019,10 +1034,12 @@ TEST(Refusals, AreOfEveryNumberThatCannotBeHeld) {
         EventChanges creation = refused[i];
         creation.title = "x";
         creation.isAllDay = false;
-        if (!creation.start)
+        if (!creation.start) {
             creation.start = at("2026-01-05T10:00:00Z");
-        if (!creation.end)
+        }
+        if (!creation.end) {
             creation.end = at("2026-01-05T11:00:00Z");
+        }
         EXPECT_FALSE(newStream("e", creation, now)) << i;
     }
 }

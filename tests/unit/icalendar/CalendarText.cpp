@@ -18,8 +18,9 @@ std::chrono::sys_seconds at(std::string_view text) {
     char end = 0;
     const int count = std::sscanf(std::string(text).c_str(), "%4d-%2u-%2uT%2d:%2d:%2d%c", &year,
         &month, &day, &hour, &minute, &second, &end);
-    if (count != 7 || end != 'Z')
+    if (count != 7 || end != 'Z') {
         throw std::invalid_argument(std::string(text));
+    }
     return std::chrono::sys_days(
                std::chrono::year(year) / std::chrono::month(month) / std::chrono::day(day)) +
            std::chrono::hours(hour) + std::chrono::minutes(minute) + std::chrono::seconds(second);
@@ -45,8 +46,9 @@ std::string spanOf(const platform::Event& event) {
 std::string crlf(std::string_view text) {
     std::string result;
     for (const char c : text) {
-        if (c == '\n')
+        if (c == '\n') {
             result += '\r';
+        }
         result += c;
     }
     return result;
@@ -65,8 +67,9 @@ std::string eventStream(std::string_view lines) {
 std::vector<std::string> spansIn(
     std::string_view text, std::string_view from, std::string_view until) {
     std::vector<std::string> spans;
-    for (const auto& found : platform::icalendar::RangeQuery(at(from), at(until)).eventsIn(text))
+    for (const auto& found : platform::icalendar::RangeQuery(at(from), at(until)).eventsIn(text)) {
         spans.push_back(spanOf(found.event));
+    }
     std::sort(spans.begin(), spans.end());
     return spans;
 }
@@ -88,9 +91,10 @@ std::vector<std::string> differences(std::string_view before, std::string_view a
     std::vector<std::vector<std::size_t>> common(
         from.size() + 1, std::vector<std::size_t>(to.size() + 1));
     for (std::size_t i = from.size(); i-- > 0;) {
-        for (std::size_t j = to.size(); j-- > 0;)
+        for (std::size_t j = to.size(); j-- > 0;) {
             common[i][j] = from[i] == to[j] ? common[i + 1][j + 1] + 1
                                             : std::max(common[i + 1][j], common[i][j + 1]);
+        }
     }
     std::vector<std::string> result;
     const auto note = [&](char sign, std::string line) {

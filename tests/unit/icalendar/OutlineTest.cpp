@@ -97,8 +97,9 @@ const std::vector<OutlineCase> outlineCases{
 
 std::string filledIn(std::string_view text) {
     std::string filled;
-    for (const char c : text)
+    for (const char c : text) {
         filled += c == '@' ? std::string(good) : std::string(1, c);
+    }
     return filled;
 }
 
@@ -107,8 +108,9 @@ TEST(Outlines, KeepWhatIsGoodBesideWhatIsBroken) {
         for (const std::string& text : {filledIn(row.text), crlf(filledIn(row.text))}) {
             const Outline outline = outlineOf(text);
             std::vector<std::string> uids;
-            for (const EventSummary& event : outline.events)
+            for (const EventSummary& event : outline.events) {
                 uids.push_back(event.uid);
+            }
             EXPECT_EQ(uids, row.uids) << row.description;
             EXPECT_EQ(outline.timeZones.size(), row.timeZones) << row.description;
             EXPECT_EQ(outline.others, row.others) << row.description;
@@ -133,8 +135,9 @@ TEST(Outlines, KnowThePlaceOfEveryComponent) {
 
 TEST(Outlines, SurviveNulBytesAndBinaryGarbage) {
     std::string text = "BEGIN:VCALENDAR\r\n";
-    for (int byte = 0; byte < 256; ++byte)
+    for (int byte = 0; byte < 256; ++byte) {
         text += std::string(1, static_cast<char>(byte)) + std::string("\0:\r\n", 4);
+    }
     text += crlf(good) + "END:VCALENDAR\r\n";
     const Outline outline = outlineOf(text);
     ASSERT_EQ(outline.events.size(), 1u);
@@ -143,8 +146,9 @@ TEST(Outlines, SurviveNulBytesAndBinaryGarbage) {
 
 TEST(Outlines, OfDeepNestingComeToAnEnd) {
     std::string text = "BEGIN:VCALENDAR\nBEGIN:VEVENT\nUID:deep\n";
-    for (int i = 0; i < 200'000; ++i)
+    for (int i = 0; i < 200'000; ++i) {
         text += "BEGIN:X\n";
+    }
     text += std::string(good) + "END:VCALENDAR\n";
     const Outline outline = outlineOf(text);
     ASSERT_EQ(outline.events.size(), 1u);

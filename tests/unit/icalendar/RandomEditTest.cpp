@@ -29,8 +29,9 @@ using Occurrences = std::multiset<std::string>;
 
 Occurrences seenIn(std::string_view text) {
     Occurrences seen;
-    for (const FoundEvent& found : everything(text))
+    for (const FoundEvent& found : everything(text)) {
         seen.insert(described(found.key.uid, found.event));
+    }
     return seen;
 }
 
@@ -62,8 +63,9 @@ class RandomEdits : public testing::Test {
             const support::ScopedTimeZone local(zones[round % zones.size()]);
             const std::string text = streams.next();
             const std::vector<FoundEvent> events = everything(text);
-            if (events.empty() || !isUnambiguous(events))
+            if (events.empty() || !isUnambiguous(events)) {
                 continue;
+            }
             for (int i = 0; i < 3 && !HasFailure(); ++i) {
                 const auto place =
                     static_cast<std::size_t>(streams.below(static_cast<int>(events.size())));
@@ -104,8 +106,9 @@ TEST_F(RandomEdits, OfTheTimesMoveOneOccurrence) {
         moved.end = *changes.end;
         Occurrences expected = without(one, seenIn(text));
         // At the edge of what is looked at an occurrence may move out of it.
-        if (moved.start < at("2026-12-01T00:00:00Z"))
+        if (moved.start < at("2026-12-01T00:00:00Z")) {
             expected.insert(described(one.key.uid, moved));
+        }
         EXPECT_EQ(seenIn(*after), expected) << *after;
     });
 }

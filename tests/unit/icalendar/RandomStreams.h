@@ -21,8 +21,9 @@ class RandomStreams {
     std::string next() {
         std::string lines(ownZones);
         const int count = 1 + below(4);
-        for (int i = 0; i < count; ++i)
+        for (int i = 0; i < count; ++i) {
             lines += event("u" + std::to_string(i));
+        }
         return stream(lines);
     }
 
@@ -70,9 +71,11 @@ END:VTIMEZONE
 
     std::string digits(std::chrono::sys_seconds time, bool isDate) {
         std::string text;
-        for (const char c : written(time).substr(0, 19))
-            if (c != '-' && c != ':')
+        for (const char c : written(time).substr(0, 19)) {
+            if (c != '-' && c != ':') {
                 text += c;
+            }
+        }
         return isDate ? text.substr(0, 8) : text;
     }
 
@@ -129,17 +132,22 @@ END:VTIMEZONE
         const auto start = time();
         std::string lines = "UID:" + uid + "\n";
         lines += "DTSTART" + value(like, start) + "\n" + extent(like, start);
-        for (int i = below(3); i > 0; --i)
+        for (int i = below(3); i > 0; --i) {
             lines += rule(like, start);
-        if (below(4) == 0)
+        }
+        if (below(4) == 0) {
             lines += "RDATE" + value(like, near(start)) + "\n";
-        if (!like.isDate && below(4) == 0)
+        }
+        if (!like.isDate && below(4) == 0) {
             lines += "RDATE;VALUE=PERIOD:" + digits(near(start), false) + "Z/P" +
                      std::to_string(below(30)) + "DT1H\n";
-        if (below(3) == 0)
+        }
+        if (below(3) == 0) {
             lines += "EXDATE" + value(like, start + std::chrono::days(below(4))) + "\n";
-        if (below(8) == 0)
+        }
+        if (below(8) == 0) {
             lines += "DTSTART" + value(form(), time()) + "\nDTEND" + value(form(), time()) + "\n";
+        }
         std::string events = "BEGIN:VEVENT\n" + folded(lines) + "END:VEVENT\n";
         if (below(3) == 0) {
             const Form& other = form();
@@ -155,8 +163,9 @@ END:VTIMEZONE
         std::string text;
         for (const char c : lines) {
             text += c;
-            if (c != '\n' && below(40) == 0)
+            if (c != '\n' && below(40) == 0) {
                 text += "\n ";
+            }
         }
         return text;
     }

@@ -26,8 +26,9 @@ std::string described(const std::string& uid, const Event& event) {
 
 std::vector<std::string> queried(std::string_view text, Instant from, Instant until) {
     std::vector<std::string> found;
-    for (const FoundEvent& each : RangeQuery(from, until).eventsIn(text))
+    for (const FoundEvent& each : RangeQuery(from, until).eventsIn(text)) {
         found.push_back(described(each.key.uid, each.event));
+    }
     std::sort(found.begin(), found.end());
     return found;
 }
@@ -40,16 +41,19 @@ struct Span {
 std::vector<Span> everything(std::string_view text) {
     CalendarStream stream(text);
     std::set<std::string> uids;
-    for (const EventSummary& event : stream.outline().events)
+    for (const EventSummary& event : stream.outline().events) {
         uids.insert(event.uid);
+    }
     std::vector<Span> spans;
     for (const std::string& uid : uids) {
         const auto series = stream.series(uid);
-        if (!series)
+        if (!series) {
             continue;
+        }
         for (const Occurrence& each :
-            series->occurrencesIn(at("2024-01-01T00:00:00Z"), at("2028-06-01T00:00:00Z")))
+            series->occurrencesIn(at("2024-01-01T00:00:00Z"), at("2028-06-01T00:00:00Z"))) {
             spans.push_back({uid, each.span});
+        }
     }
     return spans;
 }
@@ -63,8 +67,9 @@ std::vector<std::string> selected(const std::vector<Span>& spans, Instant from, 
         Event event;
         event.start = span.time.start;
         event.end = span.time.end;
-        if (isIn)
+        if (isIn) {
             found.push_back(described(span.uid, event));
+        }
     }
     std::sort(found.begin(), found.end());
     return found;
@@ -112,8 +117,9 @@ TEST(RangeQueries, TellTheOriginalStartOfSeriesOnly) {
 std::map<std::string, std::size_t> countsByUid(
     std::string_view text, std::string_view from, std::string_view until) {
     std::map<std::string, std::size_t> counts;
-    for (const FoundEvent& each : RangeQuery(at(from), at(until)).eventsIn(text))
+    for (const FoundEvent& each : RangeQuery(at(from), at(until)).eventsIn(text)) {
         ++counts[each.key.uid];
+    }
     return counts;
 }
 
@@ -132,8 +138,9 @@ TEST(RangeQueries, FindOneOfEachWhenAFileYieldsTooMuch) {
 
 std::string listed(std::size_t count) {
     std::string dates = "20260105T100000Z";
-    for (std::size_t number = 1; number < count; ++number)
+    for (std::size_t number = 1; number < count; ++number) {
         dates += ",20260105T100000Z";
+    }
     return dates;
 }
 
@@ -165,8 +172,9 @@ TEST(FindingEvents, GoesByTheWholeUid) {
     EXPECT_TRUE(findEvent(text, "ab"));
     EXPECT_EQ(findEvent(text, "a,b")->event.start, at("2026-01-06T10:00:00Z"));
     EXPECT_EQ(findEvent(text, "\xEF\xBF\xBD")->event.start, at("2026-01-07T10:00:00Z"));
-    for (const std::string_view uid : {"", "a", "b", "AB", "a\\,b", "\xFF"})
+    for (const std::string_view uid : {"", "a", "b", "AB", "a\\,b", "\xFF"}) {
         EXPECT_FALSE(findEvent(text, uid)) << uid;
+    }
 }
 
 } // namespace

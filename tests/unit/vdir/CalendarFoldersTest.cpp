@@ -15,15 +15,17 @@ class CalendarListings : public testing::Test {
   protected:
     std::vector<Calendar> listed() const {
         std::vector<Calendar> calendars;
-        for (const CalendarFolder& folder : calendarFolders(files_.open()))
+        for (const CalendarFolder& folder : calendarFolders(files_.open())) {
             calendars.push_back(*folder.calendar);
+        }
         return calendars;
     }
 
     std::vector<std::string> identifiers() const {
         std::vector<std::string> found;
-        for (const Calendar& calendar : listed())
+        for (const Calendar& calendar : listed()) {
             found.push_back(calendar.identifier);
+        }
         return found;
     }
 
@@ -79,8 +81,9 @@ TEST_F(CalendarListings, FollowLinksToFolders) {
     files_.link("root/file", "/dev/null");
     files_.link("root/loop", "loop");
     std::vector<std::string> found;
-    for (const CalendarFolder& folder : calendarFolders(files_.open("root")))
+    for (const CalendarFolder& folder : calendarFolders(files_.open("root"))) {
         found.push_back(folder.calendar->identifier);
+    }
     EXPECT_EQ(found, (std::vector<std::string>{"account/linked", "linked/calendar"}));
 }
 
@@ -94,8 +97,9 @@ TEST_F(CalendarListings, ComeToAnEndWhenLinksLeadInCircles) {
 
 TEST_F(CalendarListings, AreOrderedByIdentifierBytewise) {
     for (const char* name :
-        {"b", "a", "B", "A", "a/z", "a-b", "a b", "\xC3\xA4", "z", "10", "9", "a/Z"})
+        {"b", "a", "B", "A", "a/z", "a-b", "a b", "\xC3\xA4", "z", "10", "9", "a/Z"}) {
         files_.makeFolder(name);
+    }
     EXPECT_EQ(identifiers(), (std::vector<std::string>{"10", "9", "A", "B", "a b", "a-b", "a/Z",
                                  "a/z", "b", "z", "\xC3\xA4"}));
 }
@@ -186,8 +190,9 @@ TEST_F(CalendarListings, ReadColours) {
         files_.write("calendar/color", row.content);
         const Calendar calendar = only();
         ASSERT_EQ(calendar.color.has_value(), row.color.has_value()) << row.content;
-        for (std::size_t i = 0; row.color && i < 3; ++i)
+        for (std::size_t i = 0; row.color && i < 3; ++i) {
             EXPECT_DOUBLE_EQ((*calendar.color)[i], (*row.color)[i] / 255.0) << row.content;
+        }
     }
 }
 

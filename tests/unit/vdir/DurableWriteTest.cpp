@@ -42,8 +42,9 @@ TEST_F(DurableWrites, NeverReplaceWhenTheyMake) {
     files_.write("file", "kept");
     files_.makeFolder("folder");
     files_.link("link", "target");
-    for (const char* name : {"file", "folder", "link"})
+    for (const char* name : {"file", "folder", "link"}) {
         EXPECT_THROW(createDurably(folder_, name, "text"), std::system_error) << name;
+    }
     EXPECT_EQ(files_.read("file"), "kept");
     EXPECT_EQ(files_.names(), (Names{"file", "folder", "link"}));
 }
@@ -165,8 +166,9 @@ TEST_F(DurableWrites, ChangeNothingWhenAFolderTookTheNamesPlace) {
 
 TEST_F(DurableWrites, HoldEveryByteOfALargeText) {
     std::string text;
-    for (int i = 0; i < 1'000'000; ++i)
+    for (int i = 0; i < 1'000'000; ++i) {
         text += static_cast<char>(i * 7);
+    }
     createDurably(folder_, "a.ics", text);
     EXPECT_TRUE(files_.read("a.ics") == text);
     createDurably(folder_, "empty.ics", "");

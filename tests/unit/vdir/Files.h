@@ -28,8 +28,9 @@ class Files {
 
     std::string read(const std::string& name) const {
         std::ifstream file(path(name), std::ios::binary);
-        if (!file)
+        if (!file) {
             throw std::runtime_error("no file " + name);
+        }
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
@@ -45,15 +46,17 @@ class Files {
     // Every name in a folder, those that begin with a dot too.
     std::set<std::string> names(const std::string& folder = {}) const {
         std::set<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(path(folder)))
+        for (const auto& entry : std::filesystem::directory_iterator(path(folder))) {
             found.insert(entry.path().filename().string());
+        }
         return found;
     }
 
     platform::vdir::Folder open(const std::string& name = {}) const {
         auto opened = platform::vdir::Folder::open(path(name).string());
-        if (!opened)
+        if (!opened) {
             throw std::runtime_error("no folder " + name);
+        }
         return std::move(*opened);
     }
 

@@ -42,8 +42,9 @@ class Folders : public testing::Test {
 
     std::map<std::string, FolderEntry> entries() const {
         std::map<std::string, FolderEntry> found;
-        for (const FolderEntry& entry : files_.open().entries())
+        for (const FolderEntry& entry : files_.open().entries()) {
             found.emplace(entry.name, entry);
+        }
         return found;
     }
 
@@ -100,8 +101,9 @@ TEST_F(Folders, AreOpenedOnlyWhenTheyAreFolders) {
     const Folder folder = files_.open();
     EXPECT_TRUE(folder.openFolder("folder.ics"));
     EXPECT_TRUE(folder.openFolder("linkToFolder.ics"));
-    for (const char* name : {"file.ics", "fifo.ics", "device.ics", "dangling.ics", "nowhere", ""})
+    for (const char* name : {"file.ics", "fifo.ics", "device.ics", "dangling.ics", "nowhere", ""}) {
         EXPECT_FALSE(folder.openFolder(name)) << name;
+    }
 }
 
 TEST_F(Folders, AreReadOneFileAfterTheOther) {
@@ -115,8 +117,9 @@ TEST_F(Folders, AreReadOneFileAfterTheOther) {
     EXPECT_EQ(reader.read(folder, found.at("linkToLink.ics")), "file");
     EXPECT_EQ(reader.read(folder, found.at("empty.ics")), "");
     for (const char* name : {"folder.ics", "fifo.ics", "linkToFolder.ics", "dangling.ics",
-             "loop.ics", "device.ics", "tty.ics", "linkToFifo.ics"})
+             "loop.ics", "device.ics", "tty.ics", "linkToFifo.ics"}) {
         EXPECT_FALSE(reader.read(folder, found.at(name))) << name;
+    }
 }
 
 // As for a name that was not listed, and for one that became something else since.
@@ -125,8 +128,9 @@ TEST_F(Folders, NeverWaitForWhatIsNoFile) {
     const Folder folder = files_.open();
     FileReader reader;
     for (const char* name : {"folder.ics", "fifo.ics", "linkToFolder.ics", "dangling.ics",
-             "loop.ics", "device.ics", "tty.ics", "linkToFifo.ics", "nowhere.ics"})
+             "loop.ics", "device.ics", "tty.ics", "linkToFifo.ics", "nowhere.ics"}) {
         EXPECT_FALSE(reader.read(folder, {name, Kind::file, true})) << name;
+    }
     EXPECT_FALSE(reader.read(folder, {"folder.ics", Kind::file, false}));
     EXPECT_EQ(reader.read(folder, {"fifo.ics", Kind::file, false}).value_or(""), "");
     // A link in the place of a file is not followed.
@@ -140,8 +144,9 @@ TEST_F(Folders, AreReadWholeHoweverLargeAFileIs) {
     for (const std::size_t size : {std::size_t{1}, std::size_t{65'535}, std::size_t{65'536},
              std::size_t{65'537}, std::size_t{131'072}, std::size_t{1'000'003}, std::size_t{7}}) {
         std::string content;
-        while (content.size() < size)
+        while (content.size() < size) {
             content += static_cast<char>('a' + content.size() % 26);
+        }
         files_.write("file", content);
         const auto read = reader.read(folder, {"file", Kind::file, false});
         ASSERT_TRUE(read) << size;
@@ -205,8 +210,9 @@ TEST_F(Folders, GiveForAChangeOnlyAFileOfThatName) {
     EXPECT_EQ(content->identity.size, 4);
     EXPECT_FALSE(readForChange(folder, "nowhere.ics"));
     for (const char* name : {"link.ics", "linkToLink.ics", "linkToFolder.ics", "dangling.ics",
-             "loop.ics", "device.ics", "fifo.ics", "folder.ics", "linkToFifo.ics"})
+             "loop.ics", "device.ics", "fifo.ics", "folder.ics", "linkToFifo.ics"}) {
         EXPECT_THROW(readForChange(folder, name), std::system_error) << name;
+    }
 }
 
 TEST_F(Folders, TellApartTheStatesOfAFile) {

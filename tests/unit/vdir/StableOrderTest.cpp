@@ -27,8 +27,9 @@ TEST(StableOrder, OfEventsThatAreAlikeIsThatOfTheirFiles) {
     const std::chrono::year year(2026);
     std::vector<std::string> titles;
     for (const Event& event :
-        openVdirStore(files.path())->events(sys_days(year / 1 / 1), sys_days(year / 2 / 1), {}))
+        openVdirStore(files.path())->events(sys_days(year / 1 / 1), sys_days(year / 2 / 1), {})) {
         titles.push_back(event.title.value_or(""));
+    }
     EXPECT_EQ(titles, expected);
 }
 
@@ -38,8 +39,9 @@ TEST(StableOrder, OfCalendarsIsThatOfTheIdentifiersTheyAreKnownBy) {
     files.makeFolder(emoji);
     files.makeFolder("\xFF");
     std::vector<std::string> identifiers;
-    for (const Calendar& calendar : openVdirStore(files.path())->calendars())
+    for (const Calendar& calendar : openVdirStore(files.path())->calendars()) {
         identifiers.push_back(calendar.identifier);
+    }
     EXPECT_EQ(identifiers, (std::vector<std::string>{"\xEF\xBF\xBD", emoji}));
 }
 

@@ -73,8 +73,9 @@ class NewRoots : public testing::Test {
 TEST_F(NewRoots, HoldOneCalendarForTheirOwnerOnly) {
     createStoreRoot(files_.path("a/b/root"));
     expectInitialCalendar("a/b/root");
-    for (const char* folder : {"a/b/root", "a/b/root/local", "a/b/root/local/calendar"})
+    for (const char* folder : {"a/b/root", "a/b/root/local", "a/b/root/local/calendar"}) {
         EXPECT_EQ(modeOf(folder), mode_t{0700}) << folder;
+    }
     EXPECT_EQ(files_.names("a/b"), Names{"root"});
 }
 
@@ -83,8 +84,9 @@ TEST_F(NewRoots, NeverTakeThePlaceOfWhatIsThere) {
     files_.write("full/kept", "kept");
     files_.write("file", "kept");
     files_.link("link", "nowhere");
-    for (const char* name : {"empty", "full", "file", "link"})
+    for (const char* name : {"empty", "full", "file", "link"}) {
         EXPECT_THROW(createStoreRoot(files_.path(name)), std::system_error) << name;
+    }
     EXPECT_EQ(files_.names("empty"), Names{});
     EXPECT_EQ(files_.names("full"), Names{"kept"});
     EXPECT_EQ(files_.read("file"), "kept");
@@ -120,10 +122,12 @@ TEST_F(NewRoots, AreMadeByTheFirstOperationNotByOpening) {
 TEST_F(NewRoots, AreMadeOnceByManyAtATime) {
     std::vector<std::thread> threads;
     std::vector<std::size_t> counts(8);
-    for (std::size_t i = 0; i < counts.size(); ++i)
+    for (std::size_t i = 0; i < counts.size(); ++i) {
         threads.emplace_back([&, i] { counts[i] = store("root")->calendars().size(); });
-    for (std::thread& thread : threads)
+    }
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     EXPECT_EQ(counts, std::vector<std::size_t>(8, 1));
     expectInitialCalendar("root");
     EXPECT_EQ(files_.names(), Names{"root"});

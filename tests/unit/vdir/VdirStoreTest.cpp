@@ -51,8 +51,9 @@ class Stores : public testing::Test {
 
     std::vector<std::string> titlesIn(CalendarStore& opened) const {
         std::vector<std::string> titles;
-        for (const Event& event : opened.events(day(2026, 1, 1), day(2026, 2, 1), std::nullopt))
+        for (const Event& event : opened.events(day(2026, 1, 1), day(2026, 2, 1), std::nullopt)) {
             titles.push_back(event.title.value_or("none"));
+        }
         std::sort(titles.begin(), titles.end());
         return titles;
     }
@@ -67,11 +68,13 @@ class Stores : public testing::Test {
 };
 
 TEST_F(Stores, ReadEventFilesAndNothingElse) {
-    for (const char* name : {"a.ics", "no name of a UID.ics", "x.ics.ics", "linked"})
+    for (const char* name : {"a.ics", "no name of a UID.ics", "x.ics.ics", "linked"}) {
         files_.write(std::string("c/") + name, fileText(eventText(name, name)));
+    }
     for (const char* name : {".hidden.ics", "a.ics.tmp", ".quenbrook.tmp", "a.ICS", "a.ical", "ics",
-             "a.ics~", "a.ics.bak"})
+             "a.ics~", "a.ics.bak"}) {
         files_.write(std::string("c/") + name, fileText(eventText(name, "never")));
+    }
     files_.makeFolder("account/d/folder.ics");
     files_.link("c/link.ics", "linked");
     files_.link("c/dangling.ics", "nowhere");
@@ -121,8 +124,9 @@ TEST_F(Stores, OrderEventsByStartEndAndIdentifier) {
     files_.write("a/4.ics", timed("long", "20260105T100000Z", "20260105T120000Z"));
     files_.write("b/5.ics", timed("early", "20260105T090000Z", "20260105T130000Z"));
     std::vector<std::string> found;
-    for (const Event& event : store()->events(day(2026, 1, 1), day(2026, 2, 1), std::nullopt))
+    for (const Event& event : store()->events(day(2026, 1, 1), day(2026, 2, 1), std::nullopt)) {
         found.push_back(*event.identifier);
+    }
     EXPECT_EQ(found, (std::vector<std::string>{"b:early", "a:y", "a:z", "b:x", "a:long"}));
 }
 
@@ -169,8 +173,9 @@ TEST_F(Stores, FindEventsWhateverTheirNamesHold) {
         {std::string("a:other\0", 8), "nothing"},
         {"a:" + std::string(100'000, 'x'), "nothing"},
     };
-    for (const IdentifierCase& row : cases)
+    for (const IdentifierCase& row : cases) {
         EXPECT_EQ(titleOf(row.identifier), row.title) << row.identifier.substr(0, 100);
+    }
 }
 
 TEST_F(Stores, KeepApartCalendarsOfWhichOneBeginsLikeTheOther) {
@@ -365,8 +370,9 @@ TEST_F(Stores, LoseNoChangeOfWritersAtTheSameTime) {
             }
         });
     }
-    for (std::thread& writer : writers)
+    for (std::thread& writer : writers) {
         writer.join();
+    }
     std::vector<std::string> expected(40, "created");
     expected.push_back("last");
     EXPECT_EQ(titles(), expected);

@@ -14,8 +14,9 @@ using test::at;
 
 Event eventWith(const std::string& lines) {
     const auto found = findEvent(test::eventStream("DTSTART:20260105T100000Z\n" + lines), "e");
-    if (!found)
+    if (!found) {
         throw std::invalid_argument(lines);
+    }
     return found->event;
 }
 
@@ -105,8 +106,9 @@ constexpr AvailabilityCase availabilityCases[] = {
 };
 
 TEST(MappedEvents, HaveTheNumberOfTheirAvailability) {
-    for (const AvailabilityCase& row : availabilityCases)
+    for (const AvailabilityCase& row : availabilityCases) {
         EXPECT_EQ(eventWith(std::string(row.lines)).availability, row.availability) << row.lines;
+    }
 }
 
 TEST(MappedEvents, CountTheirAlarms) {

@@ -179,8 +179,9 @@ TEST(Occurrences, KeepTheirWallClockTimeOverDaylightSaving) {
 TEST(Occurrences, InAGapComeOnceAndInOrder) {
     const auto points = [](const std::vector<std::string>& times) {
         std::vector<std::string> spans;
-        for (const std::string& time : times)
+        for (const std::string& time : times) {
             spans.push_back(time + "/" + time);
+        }
         return spans;
     };
     const std::string berlin = "DTSTART;TZID=Europe/Berlin:20260329T010000\n";
@@ -214,8 +215,9 @@ TEST(Occurrences, InAGapComeOnceAndInOrder) {
 // Each is at 10:00 on a day of January, local time of UTC, and lasts no time.
 std::vector<std::string> mornings(const std::vector<std::string>& days) {
     std::vector<std::string> spans;
-    for (const std::string& day : days)
+    for (const std::string& day : days) {
         spans.push_back("2026-01-" + day + "T10:00:00Z/2026-01-" + day + "T10:00:00Z");
+    }
     return spans;
 }
 
@@ -404,9 +406,10 @@ TEST(Ranges, HoldWhatSharesTimeWithThem) {
         {point, "2026-01-05T10:00:00Z", "2026-01-05T10:00:01Z", true},
         {point, "2026-01-05T10:00:01Z", "2026-01-05T11:00:00Z", false},
     };
-    for (const RangeCase& row : cases)
+    for (const RangeCase& row : cases) {
         EXPECT_EQ(spansIn(eventStream(row.lines), row.from, row.until).size(), row.isIn ? 1u : 0u)
             << row.lines << row.from << row.until;
+    }
 }
 
 TEST(Ranges, ReachAsFarAsYearsDo) {
@@ -549,9 +552,11 @@ TEST(LargeSeries, KeepEveryOneOf100000Exclusions) {
     for (int i = 0; i < 100'000; ++i) {
         const auto minute = at("2026-01-05T10:00:00Z") + std::chrono::minutes(i);
         std::string digits;
-        for (const char c : test::written(minute))
-            if (c != '-' && c != ':')
+        for (const char c : test::written(minute)) {
+            if (c != '-' && c != ':') {
                 digits += c;
+            }
+        }
         lines += "EXDATE:" + digits + "\n";
     }
     const std::string text = eventStream(lines);
@@ -570,9 +575,11 @@ TEST(LargeSeries, KeepEveryOneOf20000Exceptions) {
     const auto start = at("2000-01-01T10:00:00Z");
     for (int i = 0; i < 20'000; ++i) {
         std::string digits;
-        for (const char c : test::written(start + std::chrono::days(i)))
-            if (c != '-' && c != ':')
+        for (const char c : test::written(start + std::chrono::days(i))) {
+            if (c != '-' && c != ':') {
                 digits += c;
+            }
+        }
         lines += "BEGIN:VEVENT\nUID:s\nRECURRENCE-ID:" + digits + "\nDTSTART:" + digits +
                  "\nDURATION:PT1H\nEND:VEVENT\n";
     }
@@ -606,8 +613,9 @@ TEST(LargeSeries, InAZoneOfNothingButGapsComeToAnEnd) {
 // Rules that never match must not be searched for through all years, each of them.
 TEST(LargeSeries, OfManyRulesThatNeverMatchAreFound) {
     std::string lines = "DTSTART:20260105T100000Z\n";
-    for (int i = 0; i < 2'000; ++i)
+    for (int i = 0; i < 2'000; ++i) {
         lines += "RRULE:FREQ=DAILY;BYMONTH=2;BYMONTHDAY=30\n";
+    }
     const std::string text = eventStream(lines);
     EXPECT_EQ(spansIn(text, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"), mornings({"05"}));
     EXPECT_TRUE(spansIn(text, "2026-02-01T00:00:00Z", "2026-03-01T00:00:00Z").empty());

@@ -13,8 +13,9 @@ using platform::icalendar::LocalTime;
 
 LocalTime wallClock(const std::string& text) {
     const auto time = parseWallClock(text);
-    if (!time)
+    if (!time) {
         throw std::runtime_error("no date and time: " + text);
+    }
     return *time;
 }
 
@@ -27,15 +28,17 @@ void appendDays(RecurrenceCase& recurrenceCase, const std::string& month, std::i
         const auto dash = word.find('-');
         const int from = std::stoi(word);
         const int to = dash == std::string::npos ? from : std::stoi(word.substr(dash + 1));
-        for (int day = from; day <= to; ++day)
+        for (int day = from; day <= to; ++day) {
             recurrenceCase.occurrences.push_back(firstDay + std::chrono::days{day - 1} + timeOfDay);
+        }
     }
 }
 
 // "1997-09-02: 09:00 12:00": times of a day.
 void appendTimes(RecurrenceCase& recurrenceCase, const std::string& day, std::istream& times) {
-    for (std::string word; times >> word;)
+    for (std::string word; times >> word;) {
         recurrenceCase.occurrences.push_back(wallClock(std::string(day).append(" ").append(word)));
+    }
 }
 
 void readLine(RecurrenceCase& recurrenceCase, const std::string& line) {
@@ -89,13 +92,16 @@ std::vector<RecurrenceCase> readRecurrenceCases(const std::string& fileName) {
             readLine(cases.back(), line);
         }
     }
-    for (const RecurrenceCase& recurrenceCase : cases)
+    for (const RecurrenceCase& recurrenceCase : cases) {
         if (recurrenceCase.rules.empty() || recurrenceCase.occurrences.empty() ||
-            recurrenceCase.reason.empty())
+            recurrenceCase.reason.empty()) {
             throw std::runtime_error(
                 fileName + ": incomplete case at line " + std::to_string(recurrenceCase.line));
-    if (cases.empty())
+        }
+    }
+    if (cases.empty()) {
         throw std::runtime_error(fileName + ": no cases");
+    }
     return cases;
 }
 

@@ -121,8 +121,9 @@ constexpr std::int64_t stepsOfAPeriod = 366 + 1000;
 
 std::string manySetPositions() {
     std::string list = "FREQ=DAILY;BYSETPOS=2";
-    for (int i = 0; i < 999; ++i)
+    for (int i = 0; i < 999; ++i) {
         list += ",366";
+    }
     return list;
 }
 
@@ -142,8 +143,9 @@ TEST(RecurrenceExpansion, HostileRulesEndAtTheWorkLimit) {
     for (const std::string& rule : rules) {
         auto expansion = expansionOf(rule, "0001-01-01 00:00:00");
         std::int64_t occurrences = 0;
-        while (expansion.next())
+        while (expansion.next()) {
             ++occurrences;
+        }
         EXPECT_LE(occurrences, RecurrenceExpansion::workLimit) << rule;
         EXPECT_LE(expansion.work(), RecurrenceExpansion::workLimit + stepsOfAPeriod) << rule;
     }
@@ -161,8 +163,9 @@ TEST(RecurrenceExpansion, EndsWhenItsBudgetIsSpent) {
     auto endless = expansionOf("FREQ=SECONDLY", "2024-01-01 09:00:00");
     endless.drawOn(budget);
     int found = 0;
-    while (endless.next())
+    while (endless.next()) {
         ++found;
+    }
     EXPECT_LE(budget.left(), 0);
     EXPECT_GT(found, 400);
     EXPECT_LT(found, 1'000);
@@ -209,8 +212,9 @@ TEST(RecurrenceExpansion, AnEndSparesTheSearchForWhatNeverComes) {
 TEST(RecurrenceExpansion, ADailyRuleReachesTheEndOfTheCalendar) {
     auto expansion = expansionOf("FREQ=YEARLY;BYMONTH=12;BYMONTHDAY=31", "0001-01-01 09:00:00");
     LocalTime last{};
-    while (const auto time = expansion.next())
+    while (const auto time = expansion.next()) {
         last = *time;
+    }
     EXPECT_EQ(test::formatWallClock(last), "9999-12-31 09:00:00");
 }
 
@@ -257,13 +261,16 @@ TEST(RecurrenceExpansion, SkippingEqualsFiltering) {
         RecurrenceExpansion expansion(recur, start);
         expansion.endBefore(recur.until->time + std::chrono::seconds{1});
         std::size_t index = 0;
-        for (; index < before && index < all.size(); ++index)
+        for (; index < before && index < all.size(); ++index) {
             ASSERT_EQ(expansion.next(), all[index]);
+        }
         expansion.skipTo(target);
-        while (index < all.size() && all[index] < target)
+        while (index < all.size() && all[index] < target) {
             ++index;
-        for (; index < all.size(); ++index, ++compared)
+        }
+        for (; index < all.size(); ++index, ++compared) {
             ASSERT_EQ(expansion.next(), all[index]) << test::formatWallClock(target);
+        }
         if (all.size() < 60) {
             ASSERT_EQ(expansion.next(), std::nullopt);
         }

@@ -14,8 +14,9 @@ namespace {
 
 std::string repeated(const std::string& entry, int times) {
     std::string list = entry;
-    for (int i = 1; i < times; ++i)
+    for (int i = 1; i < times; ++i) {
         list += "," + entry;
+    }
     return list;
 }
 
@@ -215,8 +216,9 @@ const std::array invalid{
 };
 
 TEST(ParseRecur, RefusesWhatIsNoRuleOrHasNoMeaning) {
-    for (const char* const rule : invalid)
+    for (const char* const rule : invalid) {
         EXPECT_FALSE(parseRecur(rule).has_value()) << '"' << rule << '"';
+    }
     EXPECT_FALSE(parseRecur(std::string("FREQ=DAILY\0", 11)).has_value());
 }
 
@@ -256,13 +258,16 @@ TEST(ParseRecur, SurvivesRandomTexts) {
     for (int round = 0; round < 100'000; ++round) {
         // Every other text begins well, so that many are read.
         std::string text = round % 2 == 0 ? words[words.size() - 1 - below(2)] : "";
-        for (std::size_t length = below(12); length > 0; --length)
+        for (std::size_t length = below(12); length > 0; --length) {
             text += words[below(words.size())];
-        if (round % 5 == 0 && !text.empty())
+        }
+        if (round % 5 == 0 && !text.empty()) {
             text[below(text.size())] = static_cast<char>(below(256));
+        }
         const auto recur = parseRecur(text);
-        if (!recur)
+        if (!recur) {
             continue;
+        }
         ++read;
         ASSERT_EQ(parseRecur(formatRecur(*recur)), recur) << text;
         RecurrenceExpansion expansion(*recur, start);
@@ -270,8 +275,9 @@ TEST(ParseRecur, SurvivesRandomTexts) {
         auto last = start - std::chrono::seconds{1};
         for (int i = 0; i < 20; ++i) {
             const auto time = expansion.next();
-            if (!time)
+            if (!time) {
                 break;
+            }
             ASSERT_LT(last, *time) << text;
             last = *time;
         }
@@ -285,8 +291,9 @@ TEST(ParseRecur, SurvivesRandomBytes) {
     std::uniform_int_distribution<int> length(0, 40);
     for (int round = 0; round < 20'000; ++round) {
         std::string text;
-        for (int i = length(random); i > 0; --i)
+        for (int i = length(random); i > 0; --i) {
             text += static_cast<char>(byte(random));
+        }
         EXPECT_FALSE(parseRecur(text).has_value());
     }
 }

@@ -20,8 +20,9 @@ constexpr LineEndCase lineEndCases[] = {
 };
 
 TEST(LineEnds, AreThoseOfTheFirstLine) {
-    for (const LineEndCase& row : lineEndCases)
+    for (const LineEndCase& row : lineEndCases) {
         EXPECT_EQ(lineEndOf(row.text), row.lineEnd) << row.text;
+    }
 }
 
 TEST(TextEdits, ReplaceAndInsertInTheOrderOfTheText) {

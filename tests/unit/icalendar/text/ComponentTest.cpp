@@ -86,10 +86,12 @@ TEST(Components, KnowThePlaceOfEveryProperty) {
 
 std::string nested(int depth) {
     std::string text;
-    for (int i = 0; i < depth; ++i)
+    for (int i = 0; i < depth; ++i) {
         text += "BEGIN:X-" + std::to_string(i) + "\r\n";
-    for (int i = depth; i-- > 0;)
+    }
+    for (int i = depth; i-- > 0;) {
         text += "END:X-" + std::to_string(i) + "\r\n";
+    }
     return text;
 }
 
@@ -102,8 +104,9 @@ TEST(Components, AreReadEightDeepAndNoDeeper) {
 TEST(Components, HoldAtMost200000Lines) {
     const auto withProperties = [](std::size_t count) {
         std::string text = "BEGIN:VEVENT\n";
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count; ++i) {
             text += "X:\n";
+        }
         return text + "END:VEVENT\n";
     };
     EXPECT_TRUE(parsed(withProperties(199'998)));
@@ -123,8 +126,9 @@ constexpr std::string_view brokenComponents[] = {
 };
 
 TEST(Components, ThatAreNotProperlyNestedAreNone) {
-    for (const std::string_view text : brokenComponents)
+    for (const std::string_view text : brokenComponents) {
         EXPECT_FALSE(parsed(text)) << text;
+    }
 }
 
 } // namespace

@@ -43,8 +43,9 @@ TEST(ContentLines, AreSplitAtTheFirstColonOutsideOfQuotes) {
 
 TEST(ContentLines, NeedANameAndAColon) {
     for (const std::string_view line :
-        {"", ":value", ";A=b:value", "no colon", "NAME;PARAMETER=value", R"(NAME;A="b)"})
+        {"", ":value", ";A=b:value", "no colon", "NAME;PARAMETER=value", R"(NAME;A="b)"}) {
         EXPECT_FALSE(parseContentLine(line)) << line;
+    }
 }
 
 struct ParameterCase {
@@ -124,8 +125,9 @@ constexpr std::array readTextCases{
 };
 
 TEST(Texts, AreReadWithTheirEscapesAndRepaired) {
-    for (const TextCase& row : readTextCases)
+    for (const TextCase& row : readTextCases) {
         EXPECT_EQ(decodeText(row.value), row.text) << row.value;
+    }
 }
 
 constexpr std::array writtenTextCases{
@@ -137,8 +139,9 @@ constexpr std::array writtenTextCases{
 };
 
 TEST(Texts, AreWrittenWithTheirEscapes) {
-    for (const TextCase& row : writtenTextCases)
+    for (const TextCase& row : writtenTextCases) {
         EXPECT_EQ(encodeText(row.text), row.value) << row.text;
+    }
 }
 
 TEST(Texts, RefuseEveryControlCharacterButTabAndLineFeed) {
@@ -153,12 +156,15 @@ std::string utf8(char32_t scalar) {
     const auto tail = [&](unsigned shift) {
         return static_cast<char>(0x80 | (scalar >> shift & 0x3F));
     };
-    if (scalar < 0x80)
+    if (scalar < 0x80) {
         return {static_cast<char>(scalar)};
-    if (scalar < 0x800)
+    }
+    if (scalar < 0x800) {
         return {static_cast<char>(0xC0 | scalar >> 6), tail(0)};
-    if (scalar < 0x10000)
+    }
+    if (scalar < 0x10000) {
         return {static_cast<char>(0xE0 | scalar >> 12), tail(6), tail(0)};
+    }
     return {static_cast<char>(0xF0 | scalar >> 18), tail(12), tail(6), tail(0)};
 }
 
@@ -166,8 +172,9 @@ TEST(Texts, OfAllOfUnicodeComeBackAsTheyWereWritten) {
     std::string text;
     for (char32_t scalar = 0; scalar <= 0x10FFFF; ++scalar) {
         const bool isSurrogate = scalar >= 0xD800 && scalar < 0xE000;
-        if (!isSurrogate && canHoldText(utf8(scalar)))
+        if (!isSurrogate && canHoldText(utf8(scalar))) {
             text += utf8(scalar);
+        }
     }
     EXPECT_EQ(decodeText(encodeText(text)), text);
 }
@@ -216,8 +223,9 @@ TEST(Folding, NeverSplitsACharacter) {
     for (int round = 0; round < 500; ++round) {
         std::string line;
         const std::size_t count = random() % 200;
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count; ++i) {
             line += characters[random() % characters.size()];
+        }
         expectWellFolded(line, round % 2 == 0 ? "\r\n" : "\n");
     }
 }

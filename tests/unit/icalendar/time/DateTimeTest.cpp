@@ -36,10 +36,12 @@ constexpr std::string_view noDates[] = {"", "2026", "2026010", "202601011", "202
     "+2260101", "-0260101", "2026-1-1", "2026010\xC2\xB9"};
 
 TEST(Dates, AreEightDigitsOfADayThatExists) {
-    for (const DateCase& row : dateCases)
+    for (const DateCase& row : dateCases) {
         EXPECT_EQ(parseDate(row.text), at(row.midnight)) << row.text;
-    for (const std::string_view text : noDates)
+    }
+    for (const std::string_view text : noDates) {
         EXPECT_FALSE(parseDate(text)) << text;
+    }
 }
 
 struct TimeCase {
@@ -58,10 +60,12 @@ constexpr std::string_view noTimes[] = {"", "20260101", "20260101T", "20260101T0
     "20260101T12345x"};
 
 TEST(Times, AreADateAndATimeOfDayThatExist) {
-    for (const TimeCase& row : timeCases)
+    for (const TimeCase& row : timeCases) {
         EXPECT_EQ(parseDateTime(row.text), wall(row.wallClock)) << row.text;
-    for (const std::string_view text : noTimes)
+    }
+    for (const std::string_view text : noTimes) {
         EXPECT_FALSE(parseDateTime(text)) << text;
+    }
 }
 
 struct OffsetCase {
@@ -74,10 +78,12 @@ constexpr std::string_view noOffsets[] = {"", "0100", "+01", "+010", "+01:00", "
     "+01000", "--100", "+ 100", "Z", "+01000x"};
 
 TEST(UtcOffsets, HaveASignHoursMinutesAndPerhapsSeconds) {
-    for (const OffsetCase& row : offsetCases)
+    for (const OffsetCase& row : offsetCases) {
         EXPECT_EQ(parseUtcOffset(row.text), seconds(row.seconds)) << row.text;
-    for (const std::string_view text : noOffsets)
+    }
+    for (const std::string_view text : noOffsets) {
         EXPECT_FALSE(parseUtcOffset(text)) << text;
+    }
 }
 
 struct DurationCase {
@@ -111,8 +117,9 @@ TEST(Durations, CountDaysApartFromSeconds) {
         EXPECT_EQ(duration->days.count(), row.days) << row.text;
         EXPECT_EQ(duration->seconds.count(), row.seconds) << row.text;
     }
-    for (const std::string_view text : noDurations)
+    for (const std::string_view text : noDurations) {
         EXPECT_FALSE(parseDuration(text)) << text;
+    }
 }
 
 struct WrittenDurationCase {
@@ -125,8 +132,9 @@ constexpr WrittenDurationCase writtenDurationCases[] = {{0, "PT0S"}, {1, "PT1S"}
     {2'147'483'647, "P24855DT3H14M7S"}, {-2'147'483'647, "-P24855DT3H14M7S"}};
 
 TEST(Durations, AreWrittenAsTheGrammarHasThem) {
-    for (const WrittenDurationCase& row : writtenDurationCases)
+    for (const WrittenDurationCase& row : writtenDurationCases) {
         EXPECT_EQ(formatDuration(seconds(row.seconds)), row.text);
+    }
 }
 
 TEST(Durations, ComeBackAsTheyWereWritten) {
@@ -183,8 +191,9 @@ TEST_F(DateTimeValues, MeanInstantsByTheirFormAndZone) {
 
 TEST_F(DateTimeValues, ThatCannotBeReadAreNone) {
     for (const std::string_view value : {"", "Z", "20260701T", "20260701T1200", "20260701T120000ZZ",
-             "20260701T120000+0200", "20260701Z", "20260230", "tomorrow"})
+             "20260701T120000+0200", "20260701Z", "20260230", "tomorrow"}) {
         EXPECT_FALSE(parseDateTimeValue({"DTSTART", "", ""}, value, zones_)) << value;
+    }
 }
 
 struct PropertyCase {

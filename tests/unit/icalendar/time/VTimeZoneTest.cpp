@@ -173,9 +173,10 @@ TEST(ReadingVTimeZones, SurvivesRulesWithoutEnd) {
 
 TEST(ReadingVTimeZones, SurvivesObservancesWithoutNumber) {
     std::string text = "BEGIN:VTIMEZONE\nTZID:x\n";
-    for (int i = 0; i < 30'000; ++i)
+    for (int i = 0; i < 30'000; ++i) {
         text += "BEGIN:STANDARD\nDTSTART:20000101T000000\nRRULE:FREQ=DAILY\nTZOFFSETFROM:+0500\n"
                 "TZOFFSETTO:+0500\nEND:STANDARD\n";
+    }
     const auto zone = readBack(text + "END:VTIMEZONE\n");
     ASSERT_TRUE(zone);
     EXPECT_EQ(zone->offsetAt(at("2030-01-01T00:00:00Z")), hours(5));
@@ -213,8 +214,9 @@ TEST(WrittenVTimeZones, HaveTheOffsetsOfTheSystemsZone) {
                     << name << " from " << begin << " at " << test::written(instant);
             };
             for (sys_seconds instant = at(begin); instant < at(begin) + days(32'850);
-                 instant += hours(151))
+                 instant += hours(151)) {
                 expectSame(instant);
+            }
             auto change = system->changeAfter(at(begin));
             for (int i = 0; change && i < 40; ++i) {
                 expectSame(change->at - std::chrono::seconds(1));
@@ -260,8 +262,9 @@ TEST(WrittenVTimeZones, FoldAndEscapeTheName) {
     const std::string name = "Long/" + std::string(100, 'x') + ";y";
     const std::string text =
         writeVTimeZone(name, *Zone::system("Asia/Kolkata"), at("2026-07-01T00:00:00Z"), "\r\n");
-    for (const std::string& line : test::linesOf(text))
+    for (const std::string& line : test::linesOf(text)) {
         EXPECT_LE(line.size(), 77u);
+    }
     const auto component = ParsedComponent::parse(text, {0, text.size()});
     ASSERT_TRUE(component);
     EXPECT_EQ(decodeText((*component)->first("TZID")->value), name);

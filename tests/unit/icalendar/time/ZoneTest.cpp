@@ -133,8 +133,9 @@ TEST(ZonesOfAFile, ReadSkippedAndRepeatedTimes) {
     const Outline outline = outlineOf(text);
     ASSERT_EQ(outline.timeZones.size(), 4u);
     TimeZones zones(Zone::utc(), text, outline.timeZones);
-    for (const ClockCase& row : clockCases)
+    for (const ClockCase& row : clockCases) {
         expectClock(zones.named("Own/" + std::string(row.zone)), row);
+    }
 }
 
 constexpr std::string_view farZones[] = {
@@ -153,8 +154,9 @@ TEST(SystemZones, KeepTheirRulesThroughAllYears) {
             EXPECT_EQ(zone->offsetAt(day(9950)), zone->offsetAt(day(2350))) << name << month;
             EXPECT_EQ(zone->offsetAt(day(2750)), zone->offsetAt(day(2350))) << name << month;
         }
-        for (const std::string_view time : {"0001-01-01T00:00:00Z", "9999-12-31T23:59:59Z"})
+        for (const std::string_view time : {"0001-01-01T00:00:00Z", "9999-12-31T23:59:59Z"}) {
             EXPECT_EQ(zone->instantOf(zone->wallClockAt(at(time))), at(time)) << name << time;
+        }
     }
 }
 
@@ -166,8 +168,9 @@ TEST(SystemZones, AreNeverLookedForOutsideOfTheZoneData) {
         "tzdata.zi", "leapseconds", std::string("Europe/Berlin\0", 14),
         std::string("Europe/Berlin\0x", 15), std::string(10'000, 'A'), std::string(10'000, '/'),
         "W. Europe Standard Time", "M\xC3\xBCnchen"};
-    for (const std::string& name : names)
+    for (const std::string& name : names) {
         EXPECT_FALSE(Zone::system(name)) << name;
+    }
 }
 
 struct NameCase {
@@ -200,21 +203,24 @@ const std::vector<NameCase> nameCases{
 void expectSameClock(const Zone& zone, std::string_view name, std::string_view said) {
     const auto expected = Zone::system(name);
     ASSERT_TRUE(expected);
-    for (const std::string_view time : {"2026-01-15T00:00:00Z", "2026-07-15T00:00:00Z"})
+    for (const std::string_view time : {"2026-01-15T00:00:00Z", "2026-07-15T00:00:00Z"}) {
         EXPECT_EQ(zone.offsetAt(at(time)), expected->offsetAt(at(time))) << said.substr(0, 100);
+    }
 }
 
 TEST(NamesOfZones, LeadToTheSystemsZones) {
     TimeZones zones(*Zone::system("Australia/Lord_Howe"), "", {});
-    for (const NameCase& row : nameCases)
+    for (const NameCase& row : nameCases) {
         expectSameClock(zones.named(row.identifier), row.zone, row.identifier);
+    }
 }
 
 // A hostile identifier costs what its length costs.
 TEST(NamesOfZones, OfManySegmentsAreNotAllLookedFor) {
     std::string identifier;
-    for (int i = 0; i < 500'000; ++i)
+    for (int i = 0; i < 500'000; ++i) {
         identifier += "a/";
+    }
     TimeZones zones(*Zone::system("Australia/Lord_Howe"), "", {});
     expectSameClock(zones.named(identifier + "Asia/Tokyo"), "Asia/Tokyo", "a/a/…/Asia/Tokyo");
     expectSameClock(zones.named(identifier), "Australia/Lord_Howe", "a/a/…");
@@ -267,10 +273,11 @@ TEST(NamesOfZones, PreferTheSystemThenTheFileThenWhatTheNameEndsIn) {
 
 TEST(NamesOfZones, AreFoundAmongManyDefinitions) {
     std::string lines;
-    for (int i = 0; i < 5'000; ++i)
+    for (int i = 0; i < 5'000; ++i) {
         lines += "BEGIN:VTIMEZONE\nTZID:Own" + std::to_string(i) +
                  "\nBEGIN:STANDARD\nDTSTART:19700101T000000\nTZOFFSETFROM:+0900\n"
                  "TZOFFSETTO:+0900\nEND:STANDARD\nEND:VTIMEZONE\n";
+    }
     const std::string text = test::stream(lines);
     const Outline outline = outlineOf(text);
     TimeZones zones(*Zone::system("Australia/Lord_Howe"), text, outline.timeZones);
