@@ -49,7 +49,8 @@ class StreamChange {
 
     void changeInPlace(const EventComponent& event, const PlannedDates& dates,
         const EventChanges& changes, Instant now) {
-        apply(edit_, event, dates, changes, now);
+        EventWriter(text_, event, edit_).update(dates, changes, now);
+        addZoneOf(dates, event);
     }
 
     // A copy of the master for one occurrence stands after the last component of the series.
@@ -58,11 +59,11 @@ class StreamChange {
         const EventComponent& master = *occurrence.component;
         changes.recurrenceRules.emplace();
         TextEdit copy(text_);
-        ComponentEdit(text_, *master.component, copy)
-            .set("RECURRENCE-ID", lineFor("RECURRENCE-ID", occurrence.originalStart, master));
-        apply(copy, master, dates, changes, now);
-        const TextRange& range = (*master.component).range;
-        edit_.insert(lastOfSeries(), onLinesOfItsOwn(copy.result(range)));
+        EventWriter writer(text_, master, copy);
+        writer.becomeExceptionFor(occurrence.originalStart);
+        writer.update(dates, changes, now);
+        edit_.insert(lastOfSeries(), onLinesOfItsOwn(copy.result((*master.component).range)));
+        addZoneOf(dates, master);
     }
 
     // The component of the occurrence becomes the whole series.
@@ -70,14 +71,12 @@ class StreamChange {
         const EventChanges& changes, Instant now) {
         const EventComponent& base = *occurrence.component;
         removeAllBut(&base);
-        ComponentEdit(text_, *base.component, edit_).remove("RECURRENCE-ID");
-        apply(edit_, base, dates, changes, now);
+        EventWriter(text_, base, edit_).becomeMaster();
+        changeInPlace(base, dates, changes, now);
     }
 
     void exclude(const EventComponent& master, const DateTime& originalStart, Instant now) {
-        ComponentEdit edit(text_, *master.component, edit_);
-        edit.add(lineFor("EXDATE", originalStart, master));
-        writeStamps(edit, *master.component, now);
+        EventWriter(text_, master, edit_).exclude(originalStart, now);
     }
 
     void remove(const EventComponent& component) {
@@ -95,41 +94,15 @@ class StreamChange {
     }
 
   private:
-    void apply(TextEdit& edit, const EventComponent& event, const PlannedDates& dates,
-        const EventChanges& changes, Instant now) {
-        const Component& component = *event.component;
-        ComponentEdit properties(text_, component, edit);
-        writeDates(properties, event, dates);
-        writeTexts(properties, component, changes);
-        writeRules(properties, dates.start.value_or(event.start), changes);
-        writeStamps(properties, component, now);
-        // Components come after all properties (RFC 5545 section 3.6.1).
-        writeAlarms(properties, changes, lineEnd_);
-        addZoneOf(dates, event);
-    }
-
     // A zone that the event did not name before needs its definition (RFC 5545 section 3.2.19).
     void addZoneOf(const PlannedDates& dates, const EventComponent& event) {
-        // Start and end name the same new zone, unless only one of them needs UTC.
-        const auto& named =
-            dates.start && dates.start->form == DateTime::Form::zoned ? dates.start : dates.end;
-        if (!named || named->form != DateTime::Form::zoned || names(event, named->zoneIdentifier) ||
-            definesZone(text_, stream_.outline(), named->zoneIdentifier)) {
+        const DateTime* zoned = dates.zoned();
+        if (!zoned || names(event, zoned->zoneIdentifier) ||
+            definesZone(text_, stream_.outline(), zoned->zoneIdentifier)) {
             return;
         }
         edit_.insert((*event.component).range.begin,
-            writeVTimeZone(named->zoneIdentifier, named->zone, named->instant(), lineEnd_));
-    }
-
-    // A date of the series under another name, with the parameters of DTSTART when it is alike.
-    static std::string lineFor(
-        std::string_view name, const DateTime& value, const EventComponent& master) {
-        const Property* start = (*master.component).first("DTSTART");
-        if (value.form != master.start.form ||
-            value.zoneIdentifier != master.start.zoneIdentifier) {
-            return dateTimeProperty(name, value);
-        }
-        return withValue({name, start->parameters, {}}, formatDateTime(value));
+            writeVTimeZone(zoned->zoneIdentifier, zoned->zone, zoned->instant(), lineEnd_));
     }
 
     std::size_t lastOfSeries() const {
@@ -170,11 +143,7 @@ bool bringsOtherRules(const Series& series, const EventChanges& changes) {
     if (changes.recurrenceRules->empty() && master->recurs()) {
         return true;
     }
-    const auto& wanted = *changes.recurrenceRules;
-    return !std::equal(wanted.begin(), wanted.end(), master->rules.begin(), master->rules.end(),
-        [&](const RecurrenceRule& rule, const Recur& present) {
-            return formatRecur(recurOf(rule, master->start)) == formatRecur(present);
-        });
+    return !hasRules(*master, *changes.recurrenceRules);
 }
 
 bool isException(const Occurrence& occurrence) {
@@ -194,52 +163,24 @@ std::string orNothingIfEmpty(const std::string& text) {
     return empty ? std::string() : text;
 }
 
-std::string line(std::string_view name, std::string_view value) {
-    return foldLine(std::string(name) + ":" + std::string(value), crlf);
-}
-
 } // namespace
 
 std::optional<std::string> newStream(
     std::string_view uid, const EventChanges& changes, Instant now) {
-    if (!canHold(changes) || !changes.start || !changes.end || *changes.end < *changes.start) {
+    const auto dates = canHold(changes) ? planDates(changes) : std::nullopt;
+    if (!dates) {
         return std::nullopt;
     }
-    const bool isAllDay = changes.isAllDay.value_or(false);
-    const auto start =
-        isAllDay ? firstDay(*changes.start) : timedValue(*changes.start, WritingZone::local());
-    const auto end = isAllDay ? dayAfterLast(*changes.start, *changes.end)
-                              : timedValue(*changes.end, WritingZone::local());
-    if (!start || !end) {
-        return std::nullopt;
+    std::string text;
+    for (const std::string_view line :
+        {"BEGIN:VCALENDAR", "VERSION:2.0", "PRODID:-//Quenbrook//Quenbrook//EN"}) {
+        text += foldLine(line, crlf);
     }
-
-    const std::string stamp = utcText(now);
-    std::string text = line("BEGIN", "VCALENDAR") + line("VERSION", "2.0") +
-                       line("PRODID", "-//Quenbrook//Quenbrook//EN");
-    for (const DateTime* zoned : {&*start, &*end}) {
-        if (zoned->form == DateTime::Form::zoned) {
-            text += writeVTimeZone(zoned->zoneIdentifier, zoned->zone, start->instant(), crlf);
-            break;
-        }
+    if (const DateTime* zoned = dates->zoned()) {
+        text += writeVTimeZone(zoned->zoneIdentifier, zoned->zone, dates->start->instant(), crlf);
     }
-    text += line("BEGIN", "VEVENT") + line("UID", encodeText(uid)) + line("DTSTAMP", stamp) +
-            line("CREATED", stamp) + line("LAST-MODIFIED", stamp) + line("SEQUENCE", "0") +
-            foldLine(dateTimeProperty("DTSTART", *start), crlf);
-    // An event without length has no DTEND: it would have to be later (RFC 5545 section 3.8.2.2).
-    if (end->instant() != start->instant()) {
-        text += foldLine(dateTimeProperty("DTEND", *end), crlf);
-    }
-    text += line("END", "VEVENT") + line("END", "VCALENDAR");
-
-    const Outline outline = outlineOf(text);
-    const auto event = ParsedComponent::parse(text, outline.events.front().range);
-    TextEdit edit(text);
-    ComponentEdit properties(text, **event, edit);
-    writeTexts(properties, **event, changes);
-    writeRules(properties, *start, changes);
-    writeAlarms(properties, changes, crlf);
-    return edit.result();
+    text += newEventComponent(uid, *dates, changes, now, crlf);
+    return text + foldLine("END:VCALENDAR", crlf);
 }
 
 std::optional<std::string> updatedStream(

@@ -48,6 +48,22 @@ bool isHoldable(const RecurrenceRule& rule) {
            std::all_of(rule.monthsOfTheYear.begin(), rule.monthsOfTheYear.end(), isBetween(1, 12));
 }
 
+// "NAME;PARAMETERS:VALUE" with the name and parameters of an existing property.
+std::string withValue(const ContentLine& existing, std::string_view value) {
+    std::string line(existing.name);
+    if (!existing.parameters.empty()) {
+        line.append(";").append(existing.parameters);
+    }
+    return line.append(":").append(value);
+}
+
+// An instant as the stamps have it: whole seconds in UTC.
+std::string utcText(Instant instant) {
+    const auto whole = std::chrono::floor<seconds>(instant);
+    return formatDateTime(
+        {LocalTime(whole.time_since_epoch()), DateTime::Form::utc, Zone::utc(), {}});
+}
+
 std::string dateLine(std::string_view name, const DateTime& value, const Property* existing,
     const DateTime* existingValue) {
     const bool sameKind = existing && existingValue && existingValue->form == value.form &&
@@ -78,6 +94,98 @@ std::int64_t sequenceOf(const Component& event) {
     return std::clamp<std::int64_t>(sequence, 0, std::numeric_limits<std::int32_t>::max() - 1);
 }
 
+Recur recurOf(const RecurrenceRule& rule, const DateTime& start) {
+    Recur recur;
+    recur.frequency = frequencies.at(static_cast<std::size_t>(rule.frequency));
+    recur.interval = rule.interval;
+    if (rule.end && rule.end->endDate) {
+        recur.until = untilOf(*rule.end->endDate, start);
+    } else if (rule.end) {
+        recur.count = rule.end->occurrenceCount;
+    }
+    for (const std::int64_t day : rule.daysOfTheWeek) {
+        recur.byDay.push_back({0, std::chrono::weekday(static_cast<unsigned>(day - 1))});
+    }
+    recur.byMonthDay.assign(rule.daysOfTheMonth.begin(), rule.daysOfTheMonth.end());
+    recur.byMonth.assign(rule.monthsOfTheYear.begin(), rule.monthsOfTheYear.end());
+    return recur;
+}
+
+// A date of the series under another name, with the parameters of DTSTART when it is alike.
+std::string lineLikeStart(
+    std::string_view name, const DateTime& value, const EventComponent& event) {
+    const Property* start = event.component->first("DTSTART");
+    if (value.form != event.start.form || value.zoneIdentifier != event.start.zoneIdentifier) {
+        return dateTimeProperty(name, value);
+    }
+    return withValue({name, start->parameters, {}}, formatDateTime(value));
+}
+
+void writeDates(ComponentEdit& edit, const EventComponent& event, const PlannedDates& dates) {
+    const Component& component = *event.component;
+    if (dates.start) {
+        edit.set(
+            "DTSTART", dateLine("DTSTART", *dates.start, component.first("DTSTART"), &event.start));
+    }
+    if (dates.end || dates.endGoes) {
+        edit.remove("DURATION");
+    }
+    if (dates.end) {
+        edit.set("DTEND", dateLine("DTEND", *dates.end, component.first("DTEND"),
+                              std::get_if<DateTime>(&event.extent)));
+    } else if (dates.endGoes) {
+        edit.remove("DTEND");
+    }
+}
+
+void writeTexts(ComponentEdit& edit, const Component& event, const EventChanges& changes) {
+    for (const TextProperty& property : textProperties) {
+        const std::optional<std::string>& text = changes.*property.text;
+        if (!text) {
+            continue;
+        }
+        const Property* existing = event.first(property.name);
+        const ContentLine line{existing ? existing->name : property.name,
+            existing ? existing->parameters : std::string_view(), {}};
+        edit.set(property.name, withValue(line, encodeText(*text)));
+    }
+}
+
+void writeRules(ComponentEdit& edit, const DateTime& start, const EventChanges& changes) {
+    if (!changes.recurrenceRules) {
+        return;
+    }
+    for (const std::string_view name : {"RRULE", "RDATE", "EXDATE", "EXRULE"}) {
+        edit.remove(name);
+    }
+    for (const RecurrenceRule& rule : *changes.recurrenceRules) {
+        edit.add("RRULE:" + formatRecur(recurOf(rule, start)));
+    }
+}
+
+void writeStamps(ComponentEdit& edit, const Component& event, Instant now) {
+    edit.set("DTSTAMP", "DTSTAMP:" + utcText(now));
+    edit.set("LAST-MODIFIED", "LAST-MODIFIED:" + utcText(now));
+    edit.set("SEQUENCE", "SEQUENCE:" + std::to_string(sequenceOf(event) + 1));
+}
+
+void writeAlarms(ComponentEdit& edit, const EventChanges& changes, std::string_view lineEnd) {
+    if (!changes.alarms) {
+        return;
+    }
+    edit.removeComponents("VALARM");
+    std::string alarms;
+    for (const double offset : *changes.alarms) {
+        const seconds trigger(static_cast<std::int64_t>(offset));
+        for (const std::string& line : {std::string("BEGIN:VALARM"), std::string("ACTION:DISPLAY"),
+                 std::string("DESCRIPTION:Reminder"), "TRIGGER:" + formatDuration(trigger),
+                 std::string("END:VALARM")}) {
+            alarms += foldLine(line, lineEnd);
+        }
+    }
+    edit.addComponents(std::move(alarms));
+}
+
 } // namespace
 
 bool canHold(const EventChanges& changes) {
@@ -92,6 +200,38 @@ bool canHold(const EventChanges& changes) {
     const bool rules = !changes.recurrenceRules || std::all_of(changes.recurrenceRules->begin(),
                                                        changes.recurrenceRules->end(), isHoldable);
     return texts && alarms && rules;
+}
+
+const DateTime* PlannedDates::zoned() const {
+    for (const auto& date : {&start, &end}) {
+        if (*date && (*date)->form == DateTime::Form::zoned) {
+            return &**date;
+        }
+    }
+    return nullptr;
+}
+
+std::optional<PlannedDates> planDates(const EventChanges& changes) {
+    if (!changes.start || !changes.end || *changes.end < *changes.start) {
+        return std::nullopt;
+    }
+    PlannedDates planned;
+    if (changes.isAllDay.value_or(false)) {
+        planned.start = firstDay(*changes.start);
+        planned.end = dayAfterLast(*changes.start, *changes.end);
+    } else {
+        const WritingZone zone = WritingZone::local();
+        planned.start = timedValue(*changes.start, zone);
+        planned.end = timedValue(*changes.end, zone);
+    }
+    if (!planned.start || !planned.end) {
+        return std::nullopt;
+    }
+    if (planned.end->instant() == planned.start->instant()) {
+        planned.end.reset();
+        planned.endGoes = true;
+    }
+    return planned;
 }
 
 std::optional<PlannedDates> planDates(
@@ -128,100 +268,66 @@ std::optional<PlannedDates> planDates(
     return held ? std::optional(planned) : std::nullopt;
 }
 
-void writeDates(ComponentEdit& edit, const EventComponent& event, const PlannedDates& dates) {
-    const Component& component = *event.component;
-    if (dates.start) {
-        edit.set(
-            "DTSTART", dateLine("DTSTART", *dates.start, component.first("DTSTART"), &event.start));
-    }
-    if (dates.end || dates.endGoes) {
-        edit.remove("DURATION");
-    }
+std::string newEventComponent(std::string_view uid, const PlannedDates& dates,
+    const EventChanges& changes, Instant now, std::string_view lineEnd) {
+    const std::string stamp = utcText(now);
+    std::string text;
+    const auto add = [&](const std::string& line) { text += foldLine(line, lineEnd); };
+    add("BEGIN:VEVENT");
+    add("UID:" + encodeText(uid));
+    add("DTSTAMP:" + stamp);
+    add("CREATED:" + stamp);
+    add("LAST-MODIFIED:" + stamp);
+    add("SEQUENCE:0");
+    add(dateTimeProperty("DTSTART", *dates.start));
+    // An event without length has no DTEND: it would have to be later (RFC 5545 section 3.8.2.2).
     if (dates.end) {
-        edit.set("DTEND", dateLine("DTEND", *dates.end, component.first("DTEND"),
-                              std::get_if<DateTime>(&event.extent)));
-    } else if (dates.endGoes) {
-        edit.remove("DTEND");
+        add(dateTimeProperty("DTEND", *dates.end));
     }
+    add("END:VEVENT");
+
+    const auto component = ParsedComponent::parse(text, {0, text.size()});
+    TextEdit edit(text);
+    ComponentEdit properties(text, **component, edit);
+    writeTexts(properties, **component, changes);
+    writeRules(properties, *dates.start, changes);
+    writeAlarms(properties, changes, lineEnd);
+    return edit.result();
 }
 
-void writeTexts(ComponentEdit& edit, const Component& event, const EventChanges& changes) {
-    for (const TextProperty& property : textProperties) {
-        const std::optional<std::string>& text = changes.*property.text;
-        if (!text) {
-            continue;
-        }
-        const Property* existing = event.first(property.name);
-        const ContentLine line{existing ? existing->name : property.name,
-            existing ? existing->parameters : std::string_view(), {}};
-        edit.set(property.name, withValue(line, encodeText(*text)));
-    }
+EventWriter::EventWriter(std::string_view text, const EventComponent& event, TextEdit& edit)
+    : event_(event)
+    , edit_(text, *event.component, edit)
+    , lineEnd_(lineEndOf(text)) {}
+
+void EventWriter::update(const PlannedDates& dates, const EventChanges& changes, Instant now) {
+    const Component& component = *event_.component;
+    writeDates(edit_, event_, dates);
+    writeTexts(edit_, component, changes);
+    writeRules(edit_, dates.start.value_or(event_.start), changes);
+    writeStamps(edit_, component, now);
+    // Components come after all properties (RFC 5545 section 3.6.1).
+    writeAlarms(edit_, changes, lineEnd_);
 }
 
-void writeAlarms(ComponentEdit& edit, const EventChanges& changes, std::string_view lineEnd) {
-    if (!changes.alarms) {
-        return;
-    }
-    edit.removeComponents("VALARM");
-    std::string alarms;
-    for (const double offset : *changes.alarms) {
-        const seconds trigger(static_cast<std::int64_t>(offset));
-        for (const std::string& line : {std::string("BEGIN:VALARM"), std::string("ACTION:DISPLAY"),
-                 std::string("DESCRIPTION:Reminder"), "TRIGGER:" + formatDuration(trigger),
-                 std::string("END:VALARM")}) {
-            alarms += foldLine(line, lineEnd);
-        }
-    }
-    edit.addComponents(std::move(alarms));
+void EventWriter::exclude(const DateTime& originalStart, Instant now) {
+    edit_.add(lineLikeStart("EXDATE", originalStart, event_));
+    writeStamps(edit_, *event_.component, now);
 }
 
-void writeRules(ComponentEdit& edit, const DateTime& start, const EventChanges& changes) {
-    if (!changes.recurrenceRules) {
-        return;
-    }
-    for (const std::string_view name : {"RRULE", "RDATE", "EXDATE", "EXRULE"}) {
-        edit.remove(name);
-    }
-    for (const RecurrenceRule& rule : *changes.recurrenceRules) {
-        edit.add("RRULE:" + formatRecur(recurOf(rule, start)));
-    }
+void EventWriter::becomeExceptionFor(const DateTime& originalStart) {
+    edit_.set("RECURRENCE-ID", lineLikeStart("RECURRENCE-ID", originalStart, event_));
 }
 
-void writeStamps(ComponentEdit& edit, const Component& event, Instant now) {
-    edit.set("DTSTAMP", "DTSTAMP:" + utcText(now));
-    edit.set("LAST-MODIFIED", "LAST-MODIFIED:" + utcText(now));
-    edit.set("SEQUENCE", "SEQUENCE:" + std::to_string(sequenceOf(event) + 1));
+void EventWriter::becomeMaster() {
+    edit_.remove("RECURRENCE-ID");
 }
 
-Recur recurOf(const RecurrenceRule& rule, const DateTime& start) {
-    Recur recur;
-    recur.frequency = frequencies.at(static_cast<std::size_t>(rule.frequency));
-    recur.interval = rule.interval;
-    if (rule.end && rule.end->endDate) {
-        recur.until = untilOf(*rule.end->endDate, start);
-    } else if (rule.end) {
-        recur.count = rule.end->occurrenceCount;
-    }
-    for (const std::int64_t day : rule.daysOfTheWeek) {
-        recur.byDay.push_back({0, std::chrono::weekday(static_cast<unsigned>(day - 1))});
-    }
-    recur.byMonthDay.assign(rule.daysOfTheMonth.begin(), rule.daysOfTheMonth.end());
-    recur.byMonth.assign(rule.monthsOfTheYear.begin(), rule.monthsOfTheYear.end());
-    return recur;
-}
-
-std::string withValue(const ContentLine& existing, std::string_view value) {
-    std::string line(existing.name);
-    if (!existing.parameters.empty()) {
-        line.append(";").append(existing.parameters);
-    }
-    return line.append(":").append(value);
-}
-
-std::string utcText(Instant instant) {
-    const auto whole = std::chrono::floor<seconds>(instant);
-    return formatDateTime(
-        {LocalTime(whole.time_since_epoch()), DateTime::Form::utc, Zone::utc(), {}});
+bool hasRules(const EventComponent& event, std::span<const RecurrenceRule> rules) {
+    return std::equal(rules.begin(), rules.end(), event.rules.begin(), event.rules.end(),
+        [&](const RecurrenceRule& rule, const Recur& present) {
+            return formatRecur(recurOf(rule, event.start)) == formatRecur(present);
+        });
 }
 
 } // namespace quenbrook::platform::icalendar

@@ -9,7 +9,8 @@
 
 namespace quenbrook::platform::icalendar {
 
-// Whether iCalendar can hold the texts, the alarms and the rules of the changes.
+// Whether iCalendar can hold the texts, the alarms and the rules of the changes. All that is below
+// takes only changes that it can.
 bool canHold(const EventChanges& changes);
 
 // What a change makes of the dates of an event: each is set only when it is to be written.
@@ -18,27 +19,50 @@ struct PlannedDates {
     std::optional<DateTime> end;
     // DTEND and DURATION are to go, because the event has no length.
     bool endGoes = false;
+
+    // A date in a zone with a name; null when there is none. Start and end name the same zone,
+    // unless one of them needs UTC.
+    const DateTime* zoned() const;
 };
 
-// Nothing when the event would end before it starts or leave the years that can be held.
-// `span` is when the occurrence takes place; `all` asks for both dates whatever the changes carry.
+// For a new event: both dates. Nothing when one is missing, the event would end before it starts or
+// lie outside of the years that can be held.
+std::optional<PlannedDates> planDates(const EventChanges& changes);
+
+// For an event that is there, likewise. `span` is when the occurrence takes place; `all` asks for
+// both dates whatever the changes carry.
 std::optional<PlannedDates> planDates(
     const EventComponent& event, const TimeSpan& span, const EventChanges& changes, bool all);
 
-// Each writes one group of properties of `event` through `edit`.
-void writeDates(ComponentEdit& edit, const EventComponent& event, const PlannedDates& dates);
-void writeTexts(ComponentEdit& edit, const Component& event, const EventChanges& changes);
-void writeAlarms(ComponentEdit& edit, const EventChanges& changes, std::string_view lineEnd);
-void writeRules(ComponentEdit& edit, const DateTime& start, const EventChanges& changes);
-void writeStamps(ComponentEdit& edit, const Component& event, Instant now);
+// A whole new VEVENT. `now` becomes its DTSTAMP, CREATED and LAST-MODIFIED. Lines end in `lineEnd`.
+std::string newEventComponent(std::string_view uid, const PlannedDates& dates,
+    const EventChanges& changes, Instant now, std::string_view lineEnd);
 
-// The rule as it is written for an event that starts like this; the rule must be one that canHold.
-Recur recurOf(const RecurrenceRule& rule, const DateTime& start);
+// Changes to one component, collected in an edit of the text that it was read from. Properties that
+// are not named by a change keep their bytes, those that are keep their parameters where these
+// still hold.
+class EventWriter {
+  public:
+    // The text, the component and the edit must outlive this.
+    EventWriter(std::string_view text, const EventComponent& event, TextEdit& edit);
 
-// "NAME;PARAMETERS:VALUE" with the name and parameters of an existing property.
-std::string withValue(const ContentLine& existing, std::string_view value);
+    // Everything that the changes carry, with the dates as planned, and the stamps of a change made
+    // `now`.
+    void update(const PlannedDates& dates, const EventChanges& changes, Instant now);
+    // Takes an occurrence out of the recurrence set (EXDATE), with the stamps.
+    void exclude(const DateTime& originalStart, Instant now);
+    // Makes the component the exception (RECURRENCE-ID) for this occurrence of its own set.
+    void becomeExceptionFor(const DateTime& originalStart);
+    // Makes an exception an event of its own.
+    void becomeMaster();
 
-// An instant as these properties have it: whole seconds in UTC.
-std::string utcText(Instant instant);
+  private:
+    const EventComponent& event_;
+    ComponentEdit edit_;
+    std::string_view lineEnd_;
+};
+
+// Whether the component has these rules already, as they would be written.
+bool hasRules(const EventComponent& event, std::span<const RecurrenceRule> rules);
 
 } // namespace quenbrook::platform::icalendar
