@@ -48,11 +48,8 @@ inline constexpr auto platform::recordFields<CLIWarning> = std::tuple{
     platform::field("code", &CLIWarning::code), platform::field("message", &CLIWarning::message),
     platform::field("detail", &CLIWarning::detail)};
 
-struct CreateEventRequest {
-    std::string calendarId;
-    std::string title;
-    std::string startISO;
-    std::string endISO;
+// What a new event and a change to one may say alike.
+struct EventDetails {
     std::optional<bool> isAllDay;
     std::optional<std::string> location;
     std::optional<std::string> notes;
@@ -60,7 +57,7 @@ struct CreateEventRequest {
     std::optional<std::vector<std::string>> attendees;
     // Minutes before the start; negative after it.
     std::optional<std::vector<std::int64_t>> alarmMinutes;
-    // Only checked for well-formed addresses.
+    // Nobody is invited; of a new event the addresses are checked.
     std::optional<std::vector<AttendeeRequestDTO>> attendeesV2;
     // Accepted and without effect.
     std::optional<bool> sendInvitations;
@@ -68,19 +65,30 @@ struct CreateEventRequest {
 };
 
 template <>
-inline constexpr auto platform::recordFields<CreateEventRequest> =
+inline constexpr auto platform::recordFields<EventDetails> =
+    std::tuple{platform::field("isAllDay", &EventDetails::isAllDay),
+        platform::field("location", &EventDetails::location),
+        platform::field("notes", &EventDetails::notes),
+        platform::field("attendees", &EventDetails::attendees),
+        platform::field("alarmMinutes", &EventDetails::alarmMinutes),
+        platform::field("attendeesV2", &EventDetails::attendeesV2),
+        platform::field("sendInvitations", &EventDetails::sendInvitations),
+        platform::field("recurrenceRule", &EventDetails::recurrenceRule)};
+
+struct CreateEventRequest : EventDetails {
+    std::string calendarId;
+    std::string title;
+    std::string startISO;
+    std::string endISO;
+};
+
+template <>
+inline constexpr auto platform::recordFields<CreateEventRequest> = std::tuple_cat(
     std::tuple{platform::field("calendarId", &CreateEventRequest::calendarId),
         platform::field("title", &CreateEventRequest::title),
         platform::field("startISO", &CreateEventRequest::startISO),
-        platform::field("endISO", &CreateEventRequest::endISO),
-        platform::field("isAllDay", &CreateEventRequest::isAllDay),
-        platform::field("location", &CreateEventRequest::location),
-        platform::field("notes", &CreateEventRequest::notes),
-        platform::field("attendees", &CreateEventRequest::attendees),
-        platform::field("alarmMinutes", &CreateEventRequest::alarmMinutes),
-        platform::field("attendeesV2", &CreateEventRequest::attendeesV2),
-        platform::field("sendInvitations", &CreateEventRequest::sendInvitations),
-        platform::field("recurrenceRule", &CreateEventRequest::recurrenceRule)};
+        platform::field("endISO", &CreateEventRequest::endISO)},
+    platform::recordFields<EventDetails>);
 
 struct CreateEventResponse {
     std::string id;
@@ -99,40 +107,21 @@ inline constexpr auto platform::recordFields<CreateEventResponse> =
         platform::field("warnings", &CreateEventResponse::warnings)};
 
 // What is absent leaves that property of the event as it is.
-struct UpdateEventPatch {
+struct UpdateEventPatch : EventDetails {
     std::optional<std::string> title;
     std::optional<std::string> startISO;
     std::optional<std::string> endISO;
-    std::optional<bool> isAllDay;
-    std::optional<std::string> location;
-    std::optional<std::string> notes;
-    // Accepted and without effect.
-    std::optional<std::vector<std::string>> attendees;
-    // Minutes before the start; negative after it.
-    std::optional<std::vector<std::int64_t>> alarmMinutes;
-    // Accepted and without effect.
-    std::optional<std::vector<AttendeeRequestDTO>> attendeesV2;
-    // Accepted and without effect.
-    std::optional<bool> sendInvitations;
-    std::optional<RecurrenceRuleDTO> recurrenceRule;
     // Wins over `recurrenceRule`.
     std::optional<bool> clearRecurrenceRules;
 };
 
 template <>
-inline constexpr auto platform::recordFields<UpdateEventPatch> =
+inline constexpr auto platform::recordFields<UpdateEventPatch> = std::tuple_cat(
     std::tuple{platform::field("title", &UpdateEventPatch::title),
         platform::field("startISO", &UpdateEventPatch::startISO),
-        platform::field("endISO", &UpdateEventPatch::endISO),
-        platform::field("isAllDay", &UpdateEventPatch::isAllDay),
-        platform::field("location", &UpdateEventPatch::location),
-        platform::field("notes", &UpdateEventPatch::notes),
-        platform::field("attendees", &UpdateEventPatch::attendees),
-        platform::field("alarmMinutes", &UpdateEventPatch::alarmMinutes),
-        platform::field("attendeesV2", &UpdateEventPatch::attendeesV2),
-        platform::field("sendInvitations", &UpdateEventPatch::sendInvitations),
-        platform::field("recurrenceRule", &UpdateEventPatch::recurrenceRule),
-        platform::field("clearRecurrenceRules", &UpdateEventPatch::clearRecurrenceRules)};
+        platform::field("endISO", &UpdateEventPatch::endISO)},
+    platform::recordFields<EventDetails>,
+    std::tuple{platform::field("clearRecurrenceRules", &UpdateEventPatch::clearRecurrenceRules)});
 
 struct UpdateEventRequest {
     std::string id;

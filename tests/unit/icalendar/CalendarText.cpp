@@ -26,6 +26,10 @@ std::chrono::sys_seconds at(std::string_view text) {
            std::chrono::hours(hour) + std::chrono::minutes(minute) + std::chrono::seconds(second);
 }
 
+std::chrono::local_seconds wall(std::string_view text) {
+    return std::chrono::local_seconds(at(text).time_since_epoch());
+}
+
 std::string written(Instant instant) {
     const auto day = std::chrono::floor<std::chrono::days>(instant);
     const std::chrono::year_month_day date{day};
@@ -62,6 +66,12 @@ std::string stream(std::string_view lines) {
 std::string eventStream(std::string_view lines) {
     return stream(
         "BEGIN:VEVENT\nUID:e\nDTSTAMP:20260101T000000Z\n" + std::string(lines) + "END:VEVENT\n");
+}
+
+std::string tokyoUnderTheName(std::string_view name) {
+    return "BEGIN:VTIMEZONE\nTZID:" + std::string(name) +
+           "\nBEGIN:STANDARD\nDTSTART:19700101T000000\nTZOFFSETFROM:+0900\nTZOFFSETTO:+0900\n"
+           "END:STANDARD\nEND:VTIMEZONE\n";
 }
 
 std::vector<std::string> spansIn(

@@ -12,6 +12,8 @@ namespace quenbrook::test {
 
 // Reads "2026-03-29T01:00:00Z". Throws std::invalid_argument when it is nothing of the kind.
 std::chrono::sys_seconds at(std::string_view text);
+// Reads the same as what a wall clock shows: the "Z" is in its place and means nothing.
+std::chrono::local_seconds wall(std::string_view text);
 // "2026-03-29T01:00:00Z".
 std::string written(platform::Instant instant);
 // "2026-03-29T01:00:00Z/2026-03-29T02:00:00Z".
@@ -23,6 +25,9 @@ std::string crlf(std::string_view text);
 std::string stream(std::string_view lines);
 // A stream with one event "e" that has these properties and components besides UID and DTSTAMP.
 std::string eventStream(std::string_view lines);
+
+// A VTIMEZONE of Tokyo's clock under this name, as lines for a stream.
+std::string tokyoUnderTheName(std::string_view name);
 
 // The spans of the events of a range, in the order of their starts.
 std::vector<std::string> spansIn(

@@ -16,10 +16,7 @@ using std::chrono::hours;
 using std::chrono::minutes;
 using std::chrono::seconds;
 using test::at;
-
-LocalTime wall(std::string_view text) {
-    return LocalTime(at(text).time_since_epoch());
-}
+using test::wall;
 
 struct DateCase {
     std::string_view text;

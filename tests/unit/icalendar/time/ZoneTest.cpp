@@ -14,10 +14,7 @@ namespace {
 
 using std::chrono::seconds;
 using test::at;
-
-LocalTime wall(std::string_view text) {
-    return LocalTime(at(text).time_since_epoch());
-}
+using test::wall;
 
 struct ClockCase {
     std::string_view zone;
@@ -226,23 +223,7 @@ TEST(NamesOfZones, OfManySegmentsAreNotAllLookedFor) {
     expectSameClock(zones.named(identifier), "Australia/Lord_Howe", "a/a/…");
 }
 
-constexpr std::string_view fixedZones = R"(BEGIN:VTIMEZONE
-TZID:Europe/Berlin
-BEGIN:STANDARD
-DTSTART:19700101T000000
-TZOFFSETFROM:+0900
-TZOFFSETTO:+0900
-END:STANDARD
-END:VTIMEZONE
-BEGIN:VTIMEZONE
-TZID:/vendor/Europe/Berlin
-BEGIN:STANDARD
-DTSTART:19700101T000000
-TZOFFSETFROM:+0900
-TZOFFSETTO:+0900
-END:STANDARD
-END:VTIMEZONE
-BEGIN:VTIMEZONE
+constexpr const char* brokenZone = R"(BEGIN:VTIMEZONE
 TZID:Broken
 BEGIN:STANDARD
 DTSTART:19700101T000000
@@ -250,18 +231,12 @@ TZOFFSETFROM:nine
 TZOFFSETTO:+0900
 END:STANDARD
 END:VTIMEZONE
-BEGIN:VTIMEZONE
-TZID:Semi\;colon
-BEGIN:STANDARD
-DTSTART:19700101T000000
-TZOFFSETFROM:+0900
-TZOFFSETTO:+0900
-END:STANDARD
-END:VTIMEZONE
 )";
 
 TEST(NamesOfZones, PreferTheSystemThenTheFileThenWhatTheNameEndsIn) {
-    const std::string text = test::stream(fixedZones);
+    const std::string text = test::stream(test::tokyoUnderTheName("Europe/Berlin") +
+                                          test::tokyoUnderTheName("/vendor/Europe/Berlin") +
+                                          brokenZone + test::tokyoUnderTheName("Semi\\;colon"));
     const Outline outline = outlineOf(text);
     TimeZones zones(*Zone::system("Australia/Lord_Howe"), text, outline.timeZones);
     expectSameClock(zones.named("Europe/Berlin"), "Europe/Berlin", "the system's");
@@ -274,9 +249,7 @@ TEST(NamesOfZones, PreferTheSystemThenTheFileThenWhatTheNameEndsIn) {
 TEST(NamesOfZones, AreFoundAmongManyDefinitions) {
     std::string lines;
     for (int i = 0; i < 5'000; ++i) {
-        lines += "BEGIN:VTIMEZONE\nTZID:Own" + std::to_string(i) +
-                 "\nBEGIN:STANDARD\nDTSTART:19700101T000000\nTZOFFSETFROM:+0900\n"
-                 "TZOFFSETTO:+0900\nEND:STANDARD\nEND:VTIMEZONE\n";
+        lines += test::tokyoUnderTheName("Own" + std::to_string(i));
     }
     const std::string text = test::stream(lines);
     const Outline outline = outlineOf(text);
