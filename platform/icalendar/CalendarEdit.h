@@ -7,15 +7,25 @@
 #include <string>
 #include <string_view>
 
-// The changes a store makes to the text of one calendar file. Everything that a change does not
-// carry keeps its bytes. Nothing as an answer means that the change is refused: the event is not
-// there (any more), ends before it starts, or would hold what iCalendar cannot (a text with control
-// characters other than tab and line feed; an alarm more than 2^31 - 1 seconds away; an instant
-// outside of the years 0001 to 9999; more than is read of one event).
+// The changes a store makes to the text of one calendar file. Each takes the text as the file has
+// it and answers with the whole text that is to take its place; writing it, and finding out whether
+// the file is still what was read, is the store's part. Everything that a change does not carry
+// keeps its bytes, line endings included.
+//
+// Nothing as an answer means that the change is refused: the event is not there (any more), ends
+// before it starts, or would hold what iCalendar cannot (a text with control characters other than
+// tab and line feed; an alarm more than 2^31 - 1 seconds away; an instant outside of the years 0001
+// to 9999; more than is read of one event). Instants are cut to whole seconds. Only a lack of
+// memory throws.
+//
+// `key` is what CalendarReader.h has handed out for the event, from this text or an earlier one.
+// `now` is the moment of the change, for the stamps.
 namespace quenbrook::platform::icalendar {
 
-// A new stream with one event. `now` becomes its DTSTAMP, CREATED and LAST-MODIFIED. Timed events
-// carry the machine's zone, so that a series keeps its wall-clock time over daylight saving.
+// A new stream with one event, its lines ending in CRLF. `uid` is the caller's, unique in the world
+// (RFC 7986 section 5.3); the changes must carry a start and an end. `now` becomes DTSTAMP, CREATED
+// and LAST-MODIFIED. Timed events carry the machine's zone with its VTIMEZONE, so that a series
+// keeps its wall-clock time over daylight saving.
 std::optional<std::string> newStream(
     std::string_view uid, const EventChanges& changes, Instant now);
 

@@ -9,29 +9,39 @@
 #include <vector>
 
 // What a store asks of the text of one calendar file (an iCalendar stream, RFC 5545 section 3.4).
-// Anything broken in it is passed over; the rest is reported.
+//
+// The text is any bytes, with CRLF or LF at the ends of its lines. Anything broken in it is passed
+// over and the rest is reported: nothing here is an error, and only a lack of memory throws
+// (std::bad_alloc). What a hostile text may cost is bounded (docs/embedded-store.md). Answers are
+// values that hold no view of the text; their texts are valid UTF-8. Floating times and dates are
+// read in the machine's zone of the moment. Functions that are const or free may run in several
+// threads at once.
 namespace quenbrook::platform::icalendar {
 
 // What names one event of a file, or one occurrence of a series.
 struct EventKey {
+    // Decoded; unique within a calendar, as a rule.
     std::string uid;
-    // Where the recurrence set has the occurrence; absent for an event that does not recur.
+    // Where the recurrence set has the occurrence, even when it was moved; absent for an event that
+    // does not recur.
     std::optional<std::chrono::sys_seconds> originalStart;
 };
 
 struct FoundEvent {
     EventKey key;
-    // Identifier, calendar and handle are not set.
+    // Without identifier, calendar and handle, which are the store's to set.
     Event event;
 };
 
 // The occurrences of a range, asked of many files. Files and events whose dates lie elsewhere are
-// not parsed.
+// not parsed, so that asking all files of a calendar is cheap.
 class RangeQuery {
   public:
-    // The range as CalendarStore::events has it.
+    // The range as CalendarStore::events has it: what starts before `until` and ends after `from`,
+    // or has no length and starts in between.
     RangeQuery(Instant from, Instant until);
 
+    // In no particular order; every occurrence of a series is an event of its own.
     std::vector<FoundEvent> eventsIn(std::string_view text) const;
 
   private:
@@ -39,7 +49,8 @@ class RangeQuery {
     Instant until_;
 };
 
-// The event of this UID: of a series, its first occurrence that still stands.
+// The event of this UID: of a series, its first occurrence that still stands, in the order of
+// original starts. Nothing when there is none (any more).
 std::optional<FoundEvent> findEvent(std::string_view text, std::string_view uid);
 
 } // namespace quenbrook::platform::icalendar

@@ -25,7 +25,7 @@ class CalendarStream {
     const Outline& outline() const { return outline_; }
 
     // The components of one UID as a series; null when none of them is an event, or when they are,
-    // with their rules and listed dates, more than 200,000.
+    // with their rules and listed dates, more than 200,000. The components are of this outline.
     std::unique_ptr<const Series> series(std::span<const EventSummary* const> components);
     std::unique_ptr<const Series> series(std::string_view uid);
 

@@ -34,7 +34,8 @@ struct EventSummary {
     bool mayTouch(const DayRange& wanted) const;
 };
 
-// Where the components of an iCalendar stream (RFC 5545 section 3.4) stand. Components that are not
+// Where the components of an iCalendar stream (RFC 5545 section 3.4) stand, found in one pass that
+// parses nothing; ranges are of the text that was looked at. Components that are not
 // closed, or not closed properly, are passed over, and so is what stands outside of a VCALENDAR.
 struct Outline {
     std::vector<EventSummary> events;

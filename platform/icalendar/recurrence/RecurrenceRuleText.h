@@ -7,9 +7,8 @@
 #include <string_view>
 #include <vector>
 
-// The text of recurrence rules is read and written here rather than by libical, which loses what a
-// rule says: it sorts BYDAY, takes INTERVAL modulo 65536, reads COUNT=5x as 5, knows a 30th of
-// February, and lets pass parts that have no meaning at the rule's frequency.
+// Recurrence rules as values, and their text: what is read is what is written, in its order, to the
+// last number, or it is no rule at all.
 namespace quenbrook::platform::icalendar {
 
 // A wall-clock time without a zone, in whole seconds.

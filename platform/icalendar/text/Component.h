@@ -13,13 +13,15 @@
 
 namespace quenbrook::platform::icalendar {
 
-// One property and where its physical lines stand, line endings included.
+// One property and where its physical lines stand in the text, line endings included. Its views are
+// of the unfolded text that the ParsedComponent owns.
 struct Property : ContentLine {
     TextRange range;
 };
 
-// One component with what stands in it. Everything keeps its place in the text, so that an edit can
-// leave the rest of the text as it is, to the byte.
+// One component with what stands in it, a part of a ParsedComponent and valid as long as that is.
+// Everything knows its place in the text, so that an edit can leave the rest of the text as it is,
+// to the byte.
 struct Component {
     std::string_view name;
     std::vector<Property> properties;
@@ -33,7 +35,8 @@ struct Component {
     const Property* first(std::string_view propertyName) const;
 };
 
-// A component together with the unfolded text that its views point into. Moving it is safe.
+// A component together with the unfolded text that its views point into; the text that was parsed
+// may go. Moving it is safe.
 class ParsedComponent {
   public:
     // Parses `text[range]`, which must run from a BEGIN line to the end of its END line. Lines that

@@ -45,11 +45,15 @@ class ComponentEdit {
     // this.
     ComponentEdit(std::string_view text, const Component& component, TextEdit& edit);
 
+    // Lines are whole properties, neither folded nor ended: both happens here. Names are compared
+    // without regard to case.
+    //
     // Puts one line in the place of the first property of that name, or after the last property;
     // further ones of the name go.
     void set(std::string_view name, std::string_view line);
     void add(std::string_view line);
     void remove(std::string_view name);
+    // Removes the components of that name that stand directly in this one.
     void removeComponents(std::string_view name);
     // Adds whole components, with their line endings, before the end.
     void addComponents(std::string components);

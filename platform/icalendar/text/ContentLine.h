@@ -9,7 +9,8 @@
 // knows what a property means.
 namespace quenbrook::platform::icalendar {
 
-// One content line (RFC 5545 section 3.1) after unfolding, as views into the unfolded text.
+// One content line (RFC 5545 section 3.1) after unfolding, as views of that text, which must
+// outlive it.
 struct ContentLine {
     // As written; compare with equalsIgnoringCase.
     std::string_view name;

@@ -37,11 +37,13 @@ class Zone {
     static std::optional<Zone> system(std::string_view name);
     // The machine's own zone.
     static Zone local();
+    // A file's own.
     static Zone fromTable(std::shared_ptr<const OffsetTable> table);
 
     // A wall-clock time that occurs twice means the first; one that is skipped is read with the
     // offset before the gap (RFC 5545 section 3.3.5).
     std::chrono::sys_seconds instantOf(LocalTime time) const;
+    // What the wall clock shows at an instant.
     LocalTime wallClockAt(std::chrono::sys_seconds instant) const;
 
     // The first change of the offset after this instant, for zones of the system's data; nothing
@@ -50,6 +52,7 @@ class Zone {
     // The last change at or before this instant, likewise.
     std::optional<OffsetTable::Change> changeUpTo(std::chrono::sys_seconds instant) const;
 
+    // How far ahead of UTC (negative: behind) the wall clock is at this instant.
     std::chrono::seconds offsetAt(std::chrono::sys_seconds instant) const;
 
   private:
@@ -73,7 +76,8 @@ std::optional<std::string> localZoneName();
 // The zones that the values of one iCalendar stream can name.
 class TimeZones {
   public:
-    // `text` must outlive this; `definitions` are its VTIMEZONE components, parsed when asked for.
+    // `text` and `definitions`, its VTIMEZONE components, must outlive this; they are parsed when
+    // asked for.
     TimeZones(Zone local, std::string_view text, std::span<const TextRange> definitions);
 
     const Zone& local() const { return local_; }
