@@ -49,6 +49,10 @@ class Package(unittest.TestCase):
         self.assertEqual([calendar["id"] for calendar in json.loads(run.stdout)["calendars"]],
                          ["local/calendar"])
 
+    def test_neither_program_nor_package_carries_what_is_not_used(self):
+        self.assertLess(self.installed("usr/bin/quenbrook").stat().st_size, 5_000_000)
+        self.assertLess(self.package.stat().st_size, 2_000_000)
+
     def test_the_package_names_its_version_and_what_it_needs(self):
         fields = subprocess.run(["dpkg-deb", "-f", str(self.package)], check=True, text=True,
                                 capture_output=True).stdout
