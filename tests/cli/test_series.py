@@ -79,6 +79,17 @@ class Series(QuenbrookTest):
                     "EXDATE:20260106T140000Z", "EXDATE;TZID=America/New_York:20260107T090000")
         self.assertEqual(self.occurrences(), ["2026-01-05T14:00Z", "2026-01-08T14:00Z"])
 
+    def test_takes_the_written_date_where_whole_days_are_left_out_or_moved(self):
+        for zone in ("UTC", "America/Los_Angeles", "Pacific/Auckland"):
+            with self.subTest(zone=zone):
+                self.series("DTSTART;VALUE=DATE:20260105", "RRULE:FREQ=DAILY;COUNT=4",
+                            "SUMMARY:Day", "EXDATE:20260106T000000Z", exceptions=[event(
+                                "RECURRENCE-ID;TZID=Europe/Berlin:20260107T000000",
+                                "DTSTART;VALUE=DATE:20260120", "SUMMARY:Moved")])
+                found = self.events("2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z",
+                                    env={"TZ": zone})
+                self.assertEqual(self.titles(found), ["Day", "Day", "Moved"])
+
     def test_joins_several_rules(self):
         self.series("DTSTART:20260105T100000Z", "RRULE:FREQ=WEEKLY;COUNT=2",
                     "RRULE:FREQ=MONTHLY;BYMONTHDAY=5,12;COUNT=3")

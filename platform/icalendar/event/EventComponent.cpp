@@ -67,6 +67,7 @@ void readRule(EventComponent& event, const Property& property, TimeZones&) {
 void readAdditions(EventComponent& event, const Property& property, TimeZones& zones) {
     forEachValue(property.value, [&](std::string_view value) {
         if (auto added = readAddedDate(property, value, zones)) {
+            added->start = event.meant(added->start);
             event.additions.push_back(std::move(*added));
         }
     });
@@ -75,7 +76,7 @@ void readAdditions(EventComponent& event, const Property& property, TimeZones& z
 void readExclusions(EventComponent& event, const Property& property, TimeZones& zones) {
     forEachValue(property.value, [&](std::string_view value) {
         if (auto excluded = parseDateTimeValue(property, value, zones)) {
-            event.exclusions.push_back(std::move(*excluded));
+            event.exclusions.push_back(event.meant(*excluded));
         }
     });
 }
@@ -132,6 +133,10 @@ sys_seconds timedEnd(const DateTime& start, const DateTime& from, const Extent& 
 }
 
 } // namespace
+
+DateTime EventComponent::meant(const DateTime& listed) const {
+    return start.isDate() ? start.withTime(listed.day()) : listed;
+}
 
 TimeSpan EventComponent::spanFrom(const DateTime& from, const Extent& lasting) const {
     const sys_seconds begin = from.instant();

@@ -33,7 +33,8 @@ struct EventComponent {
     std::string uid;
     DateTime start;
     Extent extent;
-    // Set for an exception: the original start of the occurrence that it replaces.
+    // Set for an exception: the original start of the occurrence that it replaces, as it is written
+    // until a series gives it its meaning.
     std::optional<DateTime> recurrenceId;
     std::vector<Recur> rules;
     std::vector<AddedDate> additions;
@@ -41,6 +42,10 @@ struct EventComponent {
 
     std::size_t listedValues() const { return rules.size() + additions.size() + exclusions.size(); }
     bool recurs() const { return !rules.empty() || !additions.empty(); }
+
+    // What a value of RDATE, EXDATE or RECURRENCE-ID means in the recurrence set of this event. One
+    // of whole days goes by the date that is written, whatever the time and the zone beside it.
+    DateTime meant(const DateTime& listed) const;
 
     // When an occurrence that starts at `from` starts and ends. An end of DTEND is the same exact
     // time away for every occurrence, a DURATION the same nominal one (RFC 5545 section 3.8.5.3).

@@ -227,12 +227,15 @@ bool StartSet::contains(const DateTime& start) const {
 
 Series::Series(std::vector<EventComponent> components, WorkBudget& budget)
     : budget_(budget) {
-    std::vector<DateTime> replaced;
     for (EventComponent& component : components) {
-        if (component.recurrenceId) {
-            replaced.push_back(*component.recurrenceId);
-        }
         (component.recurrenceId ? exceptions_ : masters_).push_back(std::move(component));
+    }
+    std::vector<DateTime> replaced;
+    for (EventComponent& exception : exceptions_) {
+        if (!masters_.empty()) {
+            exception.recurrenceId = masters_.front().meant(*exception.recurrenceId);
+        }
+        replaced.push_back(*exception.recurrenceId);
     }
     replaced_ = StartSet(replaced);
 }

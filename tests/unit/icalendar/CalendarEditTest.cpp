@@ -752,6 +752,29 @@ TEST(Removals, ExcludeInTheFormOfTheStart) {
     }
 }
 
+// What was written as a time is a day all the same, and stays one.
+TEST(Edits, OfASeriesOfWholeDaysGoByTheDatesThatAreWritten) {
+    const support::ScopedTimeZone local("America/Los_Angeles");
+    const std::string moved = "BEGIN:VEVENT\nUID:e\nRECURRENCE-ID;TZID=Europe/Berlin:"
+                              "20260105T000000\nDTSTART;VALUE=DATE:20260110\nEND:VEVENT\n";
+    const std::string text =
+        stream("BEGIN:VEVENT\nUID:e\nDTSTART;VALUE=DATE:20260105\nRRULE:FREQ=WEEKLY;COUNT=2\n"
+               "RDATE:20260107T020000Z\nEND:VEVENT\n" +
+               moved);
+    const auto cancelled = streamWithout(text, keyOf(text), now);
+    ASSERT_TRUE(cancelled);
+    EXPECT_EQ(changedLines(text, *cancelled),
+        sorted(joined(goneLines(moved), {"+EXDATE;VALUE=DATE:20260105"})));
+    EXPECT_EQ(test::spansIn(*cancelled, "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z"),
+        (std::vector<std::string>{"2026-01-07T08:00:00Z/2026-01-08T07:59:59Z",
+            "2026-01-12T08:00:00Z/2026-01-13T07:59:59Z"}));
+    const auto renamed = updated(*cancelled, titled("new"));
+    ASSERT_TRUE(renamed);
+    EXPECT_EQ(findEvent(*renamed, "e")->event.title, "new");
+    EXPECT_EQ(test::spansIn(*renamed, "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z"),
+        test::spansIn(*cancelled, "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z"));
+}
+
 TEST(Removals, OneByOneEndASeriesWithItsFile) {
     const support::ScopedTimeZone local("Australia/Lord_Howe");
     std::string text =

@@ -265,6 +265,38 @@ TEST(RecurrenceSets, AreMadeOfRulesAddedAndExcludedDates) {
     });
 }
 
+// Exchange, Google and Apple all write such exclusions and additions.
+TEST(RecurrenceSets, OfWholeDaysGoByTheDatesThatAreWritten) {
+    const std::string days = "DTSTART;VALUE=DATE:20260105\nRRULE:FREQ=DAILY;COUNT=3\n";
+    const std::string fifth = "2026-01-05T08:00:00Z/2026-01-06T07:59:59Z";
+    const std::string seventh = "2026-01-07T08:00:00Z/2026-01-08T07:59:59Z";
+    const std::string tenth = "2026-01-10T08:00:00Z/2026-01-11T07:59:59Z";
+    std::vector<OccurrenceCase> cases;
+    for (const char* time : {";VALUE=DATE:20260106", ":20260106T000000Z", ":20260106T235959Z",
+             ":20260106T000000", ";TZID=Pacific/Kiritimati:20260106T000000",
+             ";TZID=America/New_York:20260106T233000", ";VALUE=DATE:20260106T000000"}) {
+        cases.push_back({"EXDATE", days + "EXDATE" + time + "\n", {fifth, seventh}});
+    }
+    for (const char* time :
+        {":20260110T020000", ":20260110T020000Z", ";TZID=Pacific/Kiritimati:20260110T020000",
+            ";VALUE=PERIOD:20260110T020000Z/20260110T030000Z",
+            ";VALUE=PERIOD:20260110T020000/PT1H"}) {
+        cases.push_back({"RDATE", "DTSTART;VALUE=DATE:20260105\nRDATE" + std::string(time) + "\n",
+            {fifth, tenth}});
+    }
+    cases.push_back({"RDATE that is excluded",
+        days + "RDATE:20260110T020000\nEXDATE:20260106T000000Z,20260110T000000Z\n",
+        {fifth, seventh}});
+    cases.push_back({"RDATE of two days",
+        "DTSTART;VALUE=DATE:20260105\nRDATE;VALUE=PERIOD:20260106T220000Z/20260107T100000Z\n",
+        {fifth, "2026-01-06T08:00:00Z/2026-01-08T07:59:59Z"}});
+    for (OccurrenceCase& row : cases) {
+        row.description += " of " + row.lines;
+        row.localZone = "America/Los_Angeles";
+    }
+    expectSpans(cases);
+}
+
 TEST(RecurrenceSets, TakeTheLengthOfAPeriod) {
     expectSpans({{"periods",
                      "DTSTART:20260105T100000Z\nDTEND:20260105T103000Z\n"
@@ -350,6 +382,24 @@ TEST(Exceptions, NameTheirOccurrenceInAnyZoneOrByItsDay) {
         EXPECT_EQ(spansIn(text, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"),
             mornings({"05", "07", "20"}))
             << id;
+    }
+}
+
+TEST(Exceptions, NameADayByTheDateThatIsWritten) {
+    const std::string days = "BEGIN:VEVENT\nUID:s\nDTSTART;VALUE=DATE:20260105\n"
+                             "RRULE:FREQ=DAILY;COUNT=3\nEND:VEVENT\n";
+    for (const char* zone : {"America/Los_Angeles", "UTC", "Pacific/Auckland"}) {
+        const support::ScopedTimeZone local(zone);
+        for (const char* id :
+            {";VALUE=DATE:20260106", ":20260106T000000Z", ";TZID=Europe/Berlin:20260106T000000",
+                ":20260106T000000", ";TZID=America/New_York:20260106T230000"}) {
+            const std::string text = stream(exception(id, "20260120T100000Z") + days);
+            const auto spans = spansIn(text, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z");
+            EXPECT_EQ(spans.size(), 3u) << zone << id;
+            EXPECT_EQ(spans.back(), mornings({"20"}).front()) << zone << id;
+            EXPECT_EQ(CalendarStream(text).series("s")->exceptions()[0].recurrenceId->form,
+                DateTime::Form::date);
+        }
     }
 }
 
