@@ -68,6 +68,10 @@ void readAdditions(EventComponent& event, const Property& property, TimeZones& z
     forEachValue(property.value, [&](std::string_view value) {
         if (auto added = readAddedDate(property, value, zones)) {
             added->start = event.meant(added->start);
+            auto* const end = std::get_if<DateTime>(&added->extent);
+            if (end && !event.start.isDate()) {
+                *end = event.meant(*end);
+            }
             event.additions.push_back(std::move(*added));
         }
     });
@@ -135,7 +139,10 @@ sys_seconds timedEnd(const DateTime& start, const DateTime& from, const Extent& 
 } // namespace
 
 DateTime EventComponent::meant(const DateTime& listed) const {
-    return start.isDate() ? start.withTime(listed.day()) : listed;
+    if (start.isDate()) {
+        return start.withTime(listed.day());
+    }
+    return listed.form == DateTime::Form::floating ? start.withTime(listed.time) : listed;
 }
 
 TimeSpan EventComponent::spanFrom(const DateTime& from, const Extent& lasting) const {

@@ -44,7 +44,8 @@ struct EventComponent {
     bool recurs() const { return !rules.empty() || !additions.empty(); }
 
     // What a value of RDATE, EXDATE or RECURRENCE-ID means in the recurrence set of this event. One
-    // of whole days goes by the date that is written, whatever the time and the zone beside it.
+    // of whole days goes by the date that is written, whatever the time and the zone beside it; in
+    // any other a time without a zone is one of the event's own clock.
     DateTime meant(const DateTime& listed) const;
 
     // When an occurrence that starts at `from` starts and ends. An end of DTEND is the same exact

@@ -90,8 +90,8 @@ Instant endDateOf(const Until& until, const DateTime& start) {
     if (until.form == Until::Form::date) {
         return start.zone.instantOf(day + std::chrono::days(1) - std::chrono::seconds(1));
     }
-    const Zone zone = until.form == Until::Form::utc ? Zone::utc() : start.zone;
-    return zone.instantOf(until.time);
+    const bool isInstant = until.form == Until::Form::utc && start.form != DateTime::Form::floating;
+    return (isInstant ? Zone::utc() : start.zone).instantOf(until.time);
 }
 
 std::optional<RecurrenceEnd> endOf(const Recur& rule, const DateTime& start) {

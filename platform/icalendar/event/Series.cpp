@@ -100,8 +100,13 @@ class RuleStarts {
             return value.time > until_->time;
         case Until::Form::utc:
             // For an all-day event a UTC instant can only mean its date.
-            return value.isDate() ? value.day() > std::chrono::floor<days>(until_->time)
-                                  : value.instant() > sys_seconds(until_->time.time_since_epoch());
+            if (value.isDate()) {
+                return value.day() > std::chrono::floor<days>(until_->time);
+            }
+            // Floating times end by the wall clock, the same on every machine.
+            return value.form == DateTime::Form::floating
+                       ? value.time > until_->time
+                       : value.instant() > sys_seconds(until_->time.time_since_epoch());
         }
         return false;
     }

@@ -297,6 +297,35 @@ TEST(RecurrenceSets, OfWholeDaysGoByTheDatesThatAreWritten) {
     expectSpans(cases);
 }
 
+// The answer must not depend on the machine.
+TEST(RecurrenceSets, ReadTimesWithoutAZoneByTheClockOfTheirSeries) {
+    const std::string zoned = "DTSTART;TZID=America/New_York:20260105T100000\nRRULE:FREQ=DAILY;"
+                              "COUNT=3\n";
+    const auto at15 = [](const std::vector<std::string>& days) {
+        std::vector<std::string> spans;
+        for (const std::string& day : days) {
+            spans.push_back("2026-01-" + day + "T15:00:00Z/2026-01-" + day + "T15:00:00Z");
+        }
+        return spans;
+    };
+    std::vector<OccurrenceCase> cases;
+    for (const char* local : {"Europe/Berlin", "Asia/Tokyo", "America/Los_Angeles"}) {
+        const auto add = [&](std::string lines, std::vector<std::string> spans) {
+            OccurrenceCase row{lines + " in " + local, lines, std::move(spans)};
+            row.localZone = local;
+            cases.push_back(std::move(row));
+        };
+        add(zoned + "EXDATE:20260106T100000\n", at15({"05", "07"}));
+        add(zoned + "EXDATE:20260106T160000\n", at15({"05", "06", "07"}));
+        add(zoned + "RDATE:20260110T100000\n", at15({"05", "06", "07", "10"}));
+        add(zoned + "RDATE;VALUE=PERIOD:20260110T100000/20260110T100000\n",
+            at15({"05", "06", "07", "10"}));
+        add("DTSTART:20260105T100000Z\nRRULE:FREQ=DAILY;COUNT=3\nEXDATE:20260106T100000\n",
+            mornings({"05", "07"}));
+    }
+    expectSpans(cases);
+}
+
 TEST(RecurrenceSets, TakeTheLengthOfAPeriod) {
     expectSpans({{"periods",
                      "DTSTART:20260105T100000Z\nDTEND:20260105T103000Z\n"
@@ -331,7 +360,8 @@ TEST(RecurrenceSets, EndAtUntilInEveryForm) {
         {";TZID=Europe/Berlin:20260105T100000", "20260107T085959Z", 2},
         {":20260105T100000", "20260107", 3},
         {":20260105T100000", "20260107T100000", 3},
-        {":20260105T100000", "20260107T085959Z", 2},
+        {":20260105T100000", "20260107T100000Z", 3},
+        {":20260105T100000", "20260107T095959Z", 2},
         {":20260105T100000Z", "20260107", 3},
         {":20260105T100000Z", "20260107T100000Z", 3},
         {":20260105T100000Z", "20260107T095959Z", 2},
@@ -377,7 +407,7 @@ TEST(Exceptions, TakeThePlaceOfTheirOccurrence) {
 TEST(Exceptions, NameTheirOccurrenceInAnyZoneOrByItsDay) {
     const support::ScopedTimeZone local("Europe/Berlin");
     for (const char* id : {":20260106T100000Z", ";TZID=Europe/Berlin:20260106T110000",
-             ":20260106T110000", ";VALUE=DATE:20260106", ";RANGE=THISANDFUTURE:20260106T100000Z"}) {
+             ":20260106T100000", ";VALUE=DATE:20260106", ";RANGE=THISANDFUTURE:20260106T100000Z"}) {
         const std::string text = stream(exception(id, "20260120T100000Z") + threeMornings);
         EXPECT_EQ(spansIn(text, "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"),
             mornings({"05", "07", "20"}))
@@ -400,6 +430,20 @@ TEST(Exceptions, NameADayByTheDateThatIsWritten) {
             EXPECT_EQ(CalendarStream(text).series("s")->exceptions()[0].recurrenceId->form,
                 DateTime::Form::date);
         }
+    }
+}
+
+TEST(Exceptions, WithoutAZoneGoByTheClockOfTheirSeries) {
+    const std::string series =
+        "BEGIN:VEVENT\nUID:s\nDTSTART;TZID=America/New_York:20260105T100000\n"
+        "RRULE:FREQ=DAILY;COUNT=3\nEND:VEVENT\n";
+    for (const char* zone : {"America/Los_Angeles", "UTC", "Pacific/Auckland"}) {
+        const support::ScopedTimeZone local(zone);
+        EXPECT_EQ(spansIn(stream(exception(":20260106T100000", "20260120T100000Z") + series),
+                      "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z"),
+            (std::vector<std::string>{"2026-01-05T15:00:00Z/2026-01-05T15:00:00Z",
+                "2026-01-07T15:00:00Z/2026-01-07T15:00:00Z", mornings({"20"}).front()}))
+            << zone;
     }
 }
 
