@@ -194,8 +194,7 @@ std::optional<std::string> updatedStream(
     const bool otherRules = series->recurs() && bringsOtherRules(*series, changes);
     const bool newException = series->recurs() && !otherRules && !isException(*occurrence) &&
                               occurrence->component->recurs();
-    const auto dates =
-        planDates(*occurrence->component, occurrence->span, changes, otherRules || newException);
+    const auto dates = planDates(*occurrence, changes, otherRules || newException);
     if (!dates) {
         return std::nullopt;
     }

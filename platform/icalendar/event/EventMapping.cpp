@@ -134,7 +134,7 @@ Event eventOf(const Series& series, const Occurrence& occurrence) {
     event.title = textOf(component, "SUMMARY");
     event.start = occurrence.span.start;
     event.end = occurrence.span.end;
-    event.isAllDay = occurrence.component->start.isDate();
+    event.isAllDay = occurrence.isAllDay;
     event.location = textOf(component, "LOCATION");
     event.notes = textOf(component, "DESCRIPTION");
     event.participants = participantsOf(component);

@@ -235,13 +235,14 @@ std::optional<PlannedDates> planDates(const EventChanges& changes) {
 }
 
 std::optional<PlannedDates> planDates(
-    const EventComponent& event, const TimeSpan& span, const EventChanges& changes, bool all) {
-    const Instant start = changes.start.value_or(Instant(span.start));
-    const Instant end = changes.end.value_or(Instant(span.end));
+    const Occurrence& occurrence, const EventChanges& changes, bool all) {
+    const EventComponent& event = *occurrence.component;
+    const Instant start = changes.start.value_or(Instant(occurrence.span.start));
+    const Instant end = changes.end.value_or(Instant(occurrence.span.end));
     if (end < start) {
         return std::nullopt;
     }
-    const bool wasAllDay = event.start.isDate();
+    const bool wasAllDay = occurrence.isAllDay;
     const bool isAllDay = changes.isAllDay.value_or(wasAllDay);
     const bool both = all || isAllDay != wasAllDay;
     const DateTime* explicitEnd = std::get_if<DateTime>(&event.extent);
@@ -250,8 +251,8 @@ std::optional<PlannedDates> planDates(
     const bool endChanges = both || changes.end || (changes.start && !explicitEnd);
 
     const auto timed = [&](Instant instant, const DateTime& like) {
-        return wasAllDay ? timedValue(instant, WritingZone::local())
-                         : timedValueLike(like, instant);
+        return like.isDate() ? timedValue(instant, WritingZone::local())
+                             : timedValueLike(like, instant);
     };
     PlannedDates planned;
     if (startChanges) {

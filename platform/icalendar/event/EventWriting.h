@@ -2,6 +2,7 @@
 
 #include "platform/CalendarStore.h"
 #include "platform/icalendar/event/EventDates.h"
+#include "platform/icalendar/event/Series.h"
 #include "platform/icalendar/text/ComponentEdit.h"
 
 #include <optional>
@@ -29,10 +30,9 @@ struct PlannedDates {
 // lie outside of the years that can be held.
 std::optional<PlannedDates> planDates(const EventChanges& changes);
 
-// For an event that is there, likewise. `span` is when the occurrence takes place; `all` asks for
-// both dates whatever the changes carry.
+// For an occurrence that is there, likewise; `all` asks for both dates whatever the changes carry.
 std::optional<PlannedDates> planDates(
-    const EventComponent& event, const TimeSpan& span, const EventChanges& changes, bool all);
+    const Occurrence& occurrence, const EventChanges& changes, bool all);
 
 // A whole new VEVENT. `now` becomes its DTSTAMP, CREATED and LAST-MODIFIED. Lines end in `lineEnd`.
 std::string newEventComponent(std::string_view uid, const PlannedDates& dates,

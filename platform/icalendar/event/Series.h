@@ -2,6 +2,7 @@
 
 #include "platform/CalendarStore.h"
 #include "platform/icalendar/event/EventComponent.h"
+#include "platform/icalendar/event/RecurrenceSet.h"
 #include "platform/icalendar/recurrence/WorkBudget.h"
 
 #include <chrono>
@@ -18,21 +19,9 @@ struct Occurrence {
     // Where the recurrence set has it (for RECURRENCE-ID and EXDATE), which for an exception is not
     // where it takes place.
     DateTime originalStart;
+    // A series of times may have added dates that are whole days.
+    bool isAllDay;
     TimeSpan span;
-};
-
-// A set of starts as EXDATE and RECURRENCE-ID give them: exact instants, and whole days for values
-// that are dates (which then also mean an occurrence with a time on that day).
-class StartSet {
-  public:
-    StartSet() = default;
-    explicit StartSet(std::span<const DateTime> starts);
-
-    bool contains(const DateTime& start) const;
-
-  private:
-    std::vector<std::chrono::sys_seconds> instants_;
-    std::vector<LocalTime> days_;
 };
 
 // The components of one UID: as a rule one event and the exceptions to it. An exception to nothing

@@ -775,6 +775,39 @@ TEST(Edits, OfASeriesOfWholeDaysGoByTheDatesThatAreWritten) {
         test::spansIn(*cancelled, "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z"));
 }
 
+// The day and the time that fall on one day are two occurrences.
+TEST(Edits, OfADayInASeriesOfTimesLeaveTheTimeOfThatDay) {
+    const support::ScopedTimeZone local("Europe/Berlin");
+    const std::string text =
+        eventStream("DTSTART:20260105T100000Z\nDTEND:20260105T110000Z\nRRULE:FREQ=DAILY;COUNT=3\n"
+                    "RDATE;VALUE=DATE:20260106\n");
+    const EventKey day{"e", at("2026-01-05T23:00:00Z")};
+    const EventKey time{"e", at("2026-01-06T10:00:00Z")};
+    const std::string wholeDay = "2026-01-05T23:00:00Z/2026-01-06T22:59:59Z";
+    const std::vector<std::string> times{"2026-01-05T10:00:00Z/2026-01-05T11:00:00Z",
+        "2026-01-06T10:00:00Z/2026-01-06T11:00:00Z", "2026-01-07T10:00:00Z/2026-01-07T11:00:00Z"};
+    const auto spans = [](const std::optional<std::string>& after) {
+        return test::spansIn(after.value(), "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z");
+    };
+    EXPECT_EQ(spans(text), sorted(joined(times, {wholeDay})));
+
+    const auto without = streamWithout(text, day, now);
+    EXPECT_EQ(spans(without), times);
+    EXPECT_EQ(
+        changedLines(text, *without), std::vector<std::string>{"+EXDATE;VALUE=DATE:20260106"});
+    EXPECT_EQ(spans(streamWithout(text, time, now)), sorted({times[0], times[2], wholeDay}));
+
+    const auto renamed = updatedStream(text, day, titled("new"), now);
+    EXPECT_EQ(spans(renamed), spans(text));
+    for (const FoundEvent& found :
+        RangeQuery(at("2026-01-01T00:00:00Z"), at("2027-01-01T00:00:00Z")).eventsIn(*renamed)) {
+        EXPECT_EQ(found.event.title.has_value(), found.key.originalStart == day.originalStart);
+        EXPECT_EQ(found.event.isAllDay, found.key.originalStart == day.originalStart);
+    }
+    EXPECT_EQ(spans(streamWithout(*renamed, day, now)), times);
+    EXPECT_EQ(spans(updatedStream(*renamed, time, titled("new"), now)), spans(text));
+}
+
 TEST(Removals, OneByOneEndASeriesWithItsFile) {
     const support::ScopedTimeZone local("Australia/Lord_Howe");
     std::string text =

@@ -254,6 +254,10 @@ TEST(RecurrenceSets, AreMadeOfRulesAddedAndExcludedDates) {
         {"an exclusion of a whole day",
             start + "RRULE:FREQ=DAILY;COUNT=3\nEXDATE;VALUE=DATE:20260106\n",
             mornings({"05", "07"})},
+        {"an exclusion of a whole day on which an added one lies",
+            start + "RRULE:FREQ=DAILY;COUNT=2\nRDATE;VALUE=DATE:20260106\n"
+                    "EXDATE;VALUE=DATE:20260105,20260106\n",
+            mornings({"06"})},
         {"an exclusion of the start", start + "RRULE:FREQ=DAILY;COUNT=2\nEXDATE:20260105T100000Z\n",
             mornings({"06"})},
         {"an exclusion of an added date",

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "platform/icalendar/event/EventComponent.h"
+#include "platform/icalendar/recurrence/RecurrenceExpansion.h"
+#include "platform/icalendar/recurrence/WorkBudget.h"
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <deque>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace quenbrook::platform::icalendar {
+
+// How far a zone's offsets can be apart: instants and lengths differ by no more from what the wall
+// clock alone would tell.
+constexpr std::chrono::days zoneRoom{2};
+
+// A set of starts of one event's recurrence set, as EXDATE and RECURRENCE-ID give them. A date
+// means the occurrence of whole days on that day; in a set with times that has none there, those
+// that have a time.
+class StartSet {
+  public:
+    StartSet() = default;
+    // The starts are what the event has them mean.
+    StartSet(const EventComponent& master, std::span<const DateTime> starts);
+
+    bool contains(const DateTime& start) const;
+
+  private:
+    std::vector<std::chrono::sys_seconds> instants_;
+    std::vector<LocalTime> days_;
+    // Those of them that mean occurrences with a time.
+    std::vector<LocalTime> daysOfTimes_;
+};
+
+// One ascending source of starts: a rule as it unfolds from DTSTART.
+class RuleStarts {
+  public:
+    // Both must outlive this.
+    RuleStarts(const EventComponent& master, const Recur& rule, WorkBudget& budget);
+
+    void limitTo(LocalTime from, LocalTime until);
+    std::optional<DateTime> next();
+
+  private:
+    void makeReady();
+    bool isAfterUntil(const DateTime& value) const;
+
+    const DateTime& start_;
+    RecurrenceExpansion expansion_;
+    std::optional<Until> until_;
+    std::deque<DateTime> ready_;
+};
+
+// The starts that a master's DTSTART, rules and listed dates make, ascending, without those that
+// are excluded. Given up after a million that are excluded or come again.
+class RecurrenceSet {
+  public:
+    struct Start {
+        std::chrono::sys_seconds instant;
+        DateTime value;
+        const Extent* extent;
+    };
+
+    // From `from` on. Starts after `until` may be left out. Master and budget must outlive this.
+    RecurrenceSet(const EventComponent& master, std::chrono::sys_seconds from,
+        std::chrono::sys_seconds until, WorkBudget& budget);
+
+    std::optional<Start> next();
+
+  private:
+    // Merges the sources: a start may come more than once.
+    std::optional<Start> nextOfAll();
+    std::optional<Start> take(RuleStarts& rule);
+    bool isRepeated(const Start& start);
+
+    const EventComponent& master_;
+    WorkBudget& budget_;
+    StartSet exclusions_;
+    // DTSTART and the RDATEs.
+    std::vector<Start> listed_;
+    std::size_t nextListed_ = 0;
+    std::vector<RuleStarts> rules_;
+    std::vector<std::optional<Start>> heads_;
+    // Of times and of whole days: a midnight and its day are two.
+    std::array<std::optional<std::chrono::sys_seconds>, 2> last_;
+    std::size_t passedOver_ = 0;
+};
+
+} // namespace quenbrook::platform::icalendar
