@@ -41,10 +41,7 @@ class StreamChange {
         , edit_(text) {}
 
     const Series* series() const { return series_.get(); }
-    // For certain: not because the search was given up.
-    bool nothingStands() const {
-        return series_ && !series_->firstStanding() && !stream_.isExhausted();
-    }
+    bool hasGivenUp() const { return stream_.hasGivenUp(); }
     std::string result() const { return edit_.result(); }
 
     void changeInPlace(const EventComponent& event, const PlannedDates& dates,
@@ -234,7 +231,11 @@ std::optional<std::string> streamWithout(std::string_view text, const EventKey& 
 
     // With its last occurrence excluded, the series goes as a whole.
     StreamChange rest(without, key.uid);
-    if (rest.nothingStands()) {
+    if (rest.series() && !rest.series()->firstStanding()) {
+        // What was not found may be there all the same.
+        if (rest.hasGivenUp()) {
+            return std::nullopt;
+        }
         rest.removeAllBut(nullptr);
         without = rest.result();
     }

@@ -15,7 +15,8 @@
 // Nothing as an answer means that the change is refused: the event is not there (any more), ends
 // before it starts, or would hold what iCalendar cannot (a text with control characters other than
 // tab and line feed; an alarm more than 2^31 - 1 seconds away; an instant outside of the years 0001
-// to 9999; more than is read of one event). Instants are cut to whole seconds. Only a lack of
+// to 9999; more than is read of one event), or more would change with it than that one event.
+// Instants are cut to whole seconds. Only a lack of
 // memory throws.
 //
 // `key` is what CalendarReader.h has handed out for the event, from this text or an earlier one.
@@ -36,7 +37,8 @@ std::optional<std::string> updatedStream(
     std::string_view text, const EventKey& key, const EventChanges& changes, Instant now);
 
 // The stream without this event; of a series, with the occurrence excluded. An empty text means
-// that nothing is left in the stream and the file has to go.
+// that nothing is left in the stream and the file has to go. Refused when it cannot be told whether
+// anything is left of the series.
 std::optional<std::string> streamWithout(std::string_view text, const EventKey& key, Instant now);
 
 } // namespace quenbrook::platform::icalendar

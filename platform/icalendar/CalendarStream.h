@@ -29,8 +29,9 @@ class CalendarStream {
     std::unique_ptr<const Series> series(std::span<const EventSummary* const> components);
     std::unique_ptr<const Series> series(std::string_view uid);
 
-    // Whether its rules have cost all that they may: there may be more occurrences than are found.
-    bool isExhausted() const { return budget_.left() <= 0; }
+    // Whether a search was given up at one of the limits: there may be more occurrences than were
+    // found.
+    bool hasGivenUp() const { return budget_.hasGivenUp(); }
 
   private:
     // Most files are asked for nothing that has to do with zones.

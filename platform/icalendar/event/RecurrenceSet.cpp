@@ -171,6 +171,7 @@ std::optional<RecurrenceSet::Start> RecurrenceSet::next() {
             return start;
         }
         if (++passedOver_ > maximumPassedOver) {
+            budget_.giveUp();
             break;
         }
     }

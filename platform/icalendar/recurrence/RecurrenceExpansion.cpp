@@ -112,6 +112,9 @@ std::optional<LocalTime> RecurrenceExpansion::next() {
     limit_ = std::min(workLimit, work_ + budget_->left());
     const std::int64_t before = work_;
     const std::optional<LocalTime> found = search();
+    if (!found && work_ >= limit_) {
+        budget_->giveUp();
+    }
     return budget_->affords(work_ - before) ? found : std::nullopt;
 }
 

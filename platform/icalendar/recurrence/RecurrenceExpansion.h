@@ -51,8 +51,8 @@ class RecurrenceExpansion {
     // or never, the search up to the year 9999.
     void endBefore(LocalTime time);
 
-    // From now on every step is also taken from a budget, which must outlive this; the expansion
-    // ends when it is spent.
+    // From now on every step is also taken from a budget, which must outlive this and is told when a
+    // limit ends the expansion; it ends when the budget is spent, too.
     void drawOn(WorkBudget& budget) { budget_ = &budget; }
 
     // The steps made since the construction or the last skipTo.

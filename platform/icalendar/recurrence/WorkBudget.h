@@ -16,16 +16,23 @@ class WorkBudget {
     // Spends, and tells whether there was enough.
     bool affords(std::int64_t steps) {
         left_ -= steps;
+        hasGivenUp_ = hasGivenUp_ || left_ <= 0;
         return left_ > 0;
     }
     // Zero or less when it is spent.
     std::int64_t left() const { return left_; }
+
+    // A search ended, at this limit or another, before it came to its end: there may be more than it
+    // found.
+    void giveUp() { hasGivenUp_ = true; }
+    bool hasGivenUp() const { return hasGivenUp_; }
 
     // Makes sure that so many are left.
     void grant(std::int64_t steps) { left_ = std::max(left_, steps); }
 
   private:
     std::int64_t left_;
+    bool hasGivenUp_ = false;
 };
 
 } // namespace quenbrook::platform::icalendar

@@ -824,16 +824,35 @@ TEST(Removals, OneByOneEndASeriesWithItsFile) {
     EXPECT_EQ(text, "");
 }
 
-TEST(Removals, LeaveASeriesWhoseNextOccurrenceCostsTooMuchToFind) {
+TEST(Removals, AreRefusedWhenTheNextOccurrenceCostsTooMuchToFind) {
     const support::ScopedTimeZone local("UTC");
-    std::string rules;
+    std::string manyRules;
     for (int i = 0; i < 50'000; ++i) {
-        rules += "RRULE:FREQ=SECONDLY\n";
+        manyRules += "RRULE:FREQ=SECONDLY\n";
     }
-    const std::string text = eventStream(hour + rules);
-    const auto after = streamWithout(text, keyOf(text), now);
-    ASSERT_TRUE(after);
-    EXPECT_EQ(outlineOf(*after).events.size(), 1u);
+    std::string manyExclusions = "RRULE:FREQ=SECONDLY\n";
+    for (int day = 5; day < 20; ++day) {
+        manyExclusions += "EXDATE;VALUE=DATE:202601" + std::string(day < 10 ? "0" : "") +
+                          std::to_string(day) + "\n";
+    }
+    const std::vector<std::string> cases{hour + manyRules,
+        // A rule that no second fulfils.
+        hour + "RRULE:FREQ=SECONDLY;BYSETPOS=2\n",
+        hour + "RDATE:20260101T100000Z\n" + manyExclusions};
+    for (const std::string& lines : cases) {
+        const std::string text = eventStream(lines);
+        ASSERT_TRUE(keyOf(text).originalStart);
+        EXPECT_FALSE(streamWithout(text, keyOf(text), now)) << lines.substr(0, 200);
+    }
+}
+
+// Beyond all years there is nothing, and a search comes to that end.
+TEST(Removals, TakeASeriesThatIsFoundToBeFinished) {
+    const support::ScopedTimeZone local("UTC");
+    for (const char* rule : {"FREQ=DAILY;BYMONTH=2;BYMONTHDAY=30", "FREQ=YEARLY;COUNT=1"}) {
+        const std::string text = eventStream(hour + "RRULE:" + rule + "\n");
+        EXPECT_EQ(streamWithout(text, keyOf(text), now), "") << rule;
+    }
 }
 
 TEST(Removals, OfWhatIsGoneAreRefused) {
