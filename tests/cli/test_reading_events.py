@@ -229,6 +229,9 @@ class ReadingEvents(QuenbrookTest):
         self.assertTrue(self.read(START, alarm)["hasAlarms"])
         self.assertTrue(self.read(START, alarm, alarm)["hasAlarms"])
         self.assertFalse(self.read(START)["hasAlarms"])
+        none = component("VALARM", "ACTION:NONE", "TRIGGER;VALUE=DATE-TIME:19760401T005545Z")
+        self.assertFalse(self.read(START, none)["hasAlarms"])
+        self.assertTrue(self.read(START, none, alarm)["hasAlarms"])
 
     def test_finds_categories_in_the_notes(self):
         marker = "velmoria-sync-id:01234567-89ab-cdef-0123-456789ABCDEF"

@@ -66,6 +66,13 @@ std::vector<Participant> participantsOf(const Component& component) {
     return participants;
 }
 
+// An ACTION of NONE is how some programs say that there is no alarm, not even their usual one.
+bool isAlarm(const Component& component) {
+    const Property* action = component.first("ACTION");
+    const bool isNone = action && equalsIgnoringCase(action->value, "NONE");
+    return equalsIgnoringCase(component.name, "VALARM") && !isNone;
+}
+
 std::int64_t availabilityOf(const Component& component) {
     if (const Property* status = component.first("X-MICROSOFT-CDO-BUSYSTATUS")) {
         return numberOf(busyStatuses, status->value, busy);
@@ -139,8 +146,7 @@ Event eventOf(const Series& series, const Occurrence& occurrence) {
     event.notes = textOf(component, "DESCRIPTION");
     event.participants = participantsOf(component);
     event.alarmCount = static_cast<std::size_t>(
-        std::count_if(component.components.begin(), component.components.end(),
-            [](const Component& child) { return equalsIgnoringCase(child.name, "VALARM"); }));
+        std::count_if(component.components.begin(), component.components.end(), isAlarm));
     if (const EventComponent* master = series.master()) {
         event.recurrenceRules = rulesOf(*master);
     }

@@ -117,6 +117,14 @@ TEST(MappedEvents, CountTheirAlarms) {
                         "BEGIN:valarm\nBEGIN:VALARM\nEND:VALARM\nEND:valarm\n")
                   .alarmCount,
         2u);
+    EXPECT_EQ(eventWith("BEGIN:VALARM\nACTION:NONE\nTRIGGER;VALUE=DATE-TIME:19760401T005545Z\n"
+                        "END:VALARM\nBEGIN:VALARM\naction:none\nEND:VALARM\n")
+                  .alarmCount,
+        0u);
+    EXPECT_EQ(eventWith("BEGIN:VALARM\nACTION:NONE\nEND:VALARM\nBEGIN:VALARM\n"
+                        "ACTION:DISPLAY\nEND:VALARM\n")
+                  .alarmCount,
+        1u);
 }
 
 struct ModifiedCase {
