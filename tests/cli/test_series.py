@@ -90,6 +90,12 @@ class Series(QuenbrookTest):
                                     env={"TZ": zone})
                 self.assertEqual(self.titles(found), ["Day", "Day", "Moved"])
 
+    def test_leaves_out_what_a_rule_excludes(self):
+        self.series("DTSTART:20260105T100000Z", "RRULE:FREQ=DAILY;COUNT=5",
+                    "EXRULE:FREQ=WEEKLY;BYDAY=TU,WE")
+        self.assertEqual(self.occurrences(), [
+            "2026-01-05T10:00Z", "2026-01-08T10:00Z", "2026-01-09T10:00Z"])
+
     def test_joins_several_rules(self):
         self.series("DTSTART:20260105T100000Z", "RRULE:FREQ=WEEKLY;COUNT=2",
                     "RRULE:FREQ=MONTHLY;BYMONTHDAY=5,12;COUNT=3")

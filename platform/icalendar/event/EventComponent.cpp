@@ -85,14 +85,21 @@ void readExclusions(EventComponent& event, const Property& property, TimeZones& 
     });
 }
 
+void readExclusionRule(EventComponent& event, const Property& property, TimeZones&) {
+    if (auto rule = parseRecur(property.value)) {
+        event.exclusionRules.push_back(std::move(*rule));
+    }
+}
+
 struct RecurrenceProperty {
     std::string_view name;
     void (*read)(EventComponent&, const Property&, TimeZones&);
 };
-constexpr std::array<RecurrenceProperty, 3> recurrenceProperties = {{
+constexpr std::array<RecurrenceProperty, 4> recurrenceProperties = {{
     {"RRULE", readRule},
     {"RDATE", readAdditions},
     {"EXDATE", readExclusions},
+    {"EXRULE", readExclusionRule},
 }};
 
 // False when there is more than may be read of one event.
@@ -167,7 +174,8 @@ std::optional<EventComponent> readEventComponent(
     if (!uid || uid->value.empty() || !start) {
         return std::nullopt;
     }
-    EventComponent event{std::move(*component), decodeText(uid->value), *start, {}, {}, {}, {}, {}};
+    EventComponent event{
+        std::move(*component), decodeText(uid->value), *start, {}, {}, {}, {}, {}, {}};
     event.extent = readExtent(*event.component, zones);
     event.recurrenceId = readDate(*event.component, "RECURRENCE-ID", zones);
     // An exception does not recur by itself, whatever it carries (RFC 5545 section 3.8.4.4).

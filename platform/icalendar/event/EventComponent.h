@@ -39,8 +39,12 @@ struct EventComponent {
     std::vector<Recur> rules;
     std::vector<AddedDate> additions;
     std::vector<DateTime> exclusions;
+    // EXRULE, which RFC 5545 has dropped and old files still have.
+    std::vector<Recur> exclusionRules;
 
-    std::size_t listedValues() const { return rules.size() + additions.size() + exclusions.size(); }
+    std::size_t listedValues() const {
+        return rules.size() + additions.size() + exclusions.size() + exclusionRules.size();
+    }
     bool recurs() const { return !rules.empty() || !additions.empty(); }
 
     // What a value of RDATE, EXDATE or RECURRENCE-ID means in the recurrence set of this event. One

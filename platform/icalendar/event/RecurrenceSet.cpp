@@ -144,11 +144,11 @@ RecurrenceSet::RecurrenceSet(
     : master_(master)
     , budget_(budget)
     , exclusions_(master, master.exclusions) {
-    listed_.push_back({master.start.instant(), master.start, &master.extent});
+    listed_.push_back({master.start.instant(), master.start, &master.extent, true});
     for (const AddedDate& added : master.additions) {
         const bool ownExtent = !std::holds_alternative<std::monostate>(added.extent);
         listed_.push_back(
-            {added.start.instant(), added.start, ownExtent ? &added.extent : &master.extent});
+            {added.start.instant(), added.start, ownExtent ? &added.extent : &master.extent, true});
     }
     std::stable_sort(listed_.begin(), listed_.end(),
         [](const Start& left, const Start& right) { return left.instant < right.instant; });
@@ -163,11 +163,18 @@ RecurrenceSet::RecurrenceSet(
         rules_.back().limitTo(first, last);
         heads_.push_back(take(rules_.back()));
     }
+    exclusionRules_.reserve(master.exclusionRules.size());
+    for (const Recur& rule : master.exclusionRules) {
+        exclusionRules_.emplace_back(master, rule, budget);
+        exclusionRules_.back().takeStartOnlyIfNamed();
+        exclusionRules_.back().limitTo(first, last);
+        reached_.push_back(exclusionRules_.back().next());
+    }
 }
 
 std::optional<RecurrenceSet::Start> RecurrenceSet::next() {
     while (auto start = nextOfAll()) {
-        if (!isRepeated(*start) && !exclusions_.contains(start->value)) {
+        if (!isRepeated(*start) && !exclusions_.contains(start->value) && !isTakenOut(*start)) {
             return start;
         }
         if (++passedOver_ > maximumPassedOver) {
@@ -183,8 +190,27 @@ bool RecurrenceSet::isRepeated(const Start& start) {
     return std::exchange(last, start.instant) == start.instant;
 }
 
+bool RecurrenceSet::isTakenOut(const Start& start) {
+    bool isTaken = false;
+    for (std::size_t i = 0; i < exclusionRules_.size(); ++i) {
+        std::optional<DateTime>& reached = reached_[i];
+        while (reached && reached->instant() < start.instant && budget_.affords(stepsForStart)) {
+            reached = exclusionRules_[i].next();
+        }
+        const bool isUnknown =
+            reached ? reached->instant() < start.instant : exclusionRules_[i].hasGivenUp();
+        if (isUnknown) {
+            heads_.clear();
+        }
+        isTaken = isTaken || (isUnknown && !start.isListed) ||
+                  (reached && reached->instant() == start.instant &&
+                      reached->isDate() == start.value.isDate());
+    }
+    return isTaken;
+}
+
 std::optional<RecurrenceSet::Start> RecurrenceSet::nextOfAll() {
-    if (!budget_.affords(stepsForStart + std::ssize(heads_))) {
+    if (!budget_.affords(stepsForStart + std::ssize(heads_) + std::ssize(exclusionRules_))) {
         heads_.clear();
     }
     const auto head = std::min_element(heads_.begin(), heads_.end(),
@@ -202,7 +228,8 @@ std::optional<RecurrenceSet::Start> RecurrenceSet::nextOfAll() {
 
 std::optional<RecurrenceSet::Start> RecurrenceSet::take(RuleStarts& rule) {
     const auto start = rule.next();
-    return start ? std::optional(Start{start->instant(), *start, &master_.extent}) : std::nullopt;
+    return start ? std::optional(Start{start->instant(), *start, &master_.extent, false})
+                 : std::nullopt;
 }
 
 } // namespace quenbrook::platform::icalendar

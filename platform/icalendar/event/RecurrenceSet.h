@@ -39,11 +39,16 @@ class StartSet {
 // One ascending source of starts: a rule as it unfolds from DTSTART.
 class RuleStarts {
   public:
-    // Both must outlive this.
+    // Master and budget must outlive this.
     RuleStarts(const EventComponent& master, const Recur& rule, WorkBudget& budget);
 
+    // For a rule that excludes: DTSTART is one of its starts only when the rule names it.
+    void takeStartOnlyIfNamed() { expansion_.takeStartOnlyIfNamed(); }
     void limitTo(LocalTime from, LocalTime until);
     std::optional<DateTime> next();
+
+    // Whether the starts ended at a limit and not because there are no more.
+    bool hasGivenUp() const { return expansion_.hasGivenUp(); }
 
   private:
     void makeReady();
@@ -56,13 +61,15 @@ class RuleStarts {
 };
 
 // The starts that a master's DTSTART, rules and listed dates make, ascending, without those that
-// are excluded. Given up after a million that are excluded or come again.
+// dates and rules exclude. Where a rule that excludes is given up, the others end. Given up after a
+// million that are excluded or come again.
 class RecurrenceSet {
   public:
     struct Start {
         std::chrono::sys_seconds instant;
         DateTime value;
         const Extent* extent;
+        bool isListed;
     };
 
     // From `from` on. Starts after `until` may be left out. Master and budget must outlive this.
@@ -76,6 +83,7 @@ class RecurrenceSet {
     std::optional<Start> nextOfAll();
     std::optional<Start> take(RuleStarts& rule);
     bool isRepeated(const Start& start);
+    bool isTakenOut(const Start& start);
 
     const EventComponent& master_;
     WorkBudget& budget_;
@@ -85,6 +93,9 @@ class RecurrenceSet {
     std::size_t nextListed_ = 0;
     std::vector<RuleStarts> rules_;
     std::vector<std::optional<Start>> heads_;
+    std::vector<RuleStarts> exclusionRules_;
+    // The start that each has reached.
+    std::vector<std::optional<DateTime>> reached_;
     // Of times and of whole days: a midnight and its day are two.
     std::array<std::optional<std::chrono::sys_seconds>, 2> last_;
     std::size_t passedOver_ = 0;

@@ -102,6 +102,7 @@ RecurrenceExpansion::RecurrenceExpansion(const Recur& recur, LocalTime start)
     minutes_ = minutePart.passing;
     seconds_ = secondPart.passing;
     end_ = endOfTime;
+    firstOfRule_ = start_ + std::chrono::seconds{1};
     lastPeriod_ = periodOf(end_ - std::chrono::seconds{1});
 }
 
@@ -112,10 +113,12 @@ std::optional<LocalTime> RecurrenceExpansion::next() {
     limit_ = std::min(workLimit, work_ + budget_->left());
     const std::int64_t before = work_;
     const std::optional<LocalTime> found = search();
-    if (!found && work_ >= limit_) {
+    const bool isAfforded = budget_->affords(work_ - before);
+    hasGivenUp_ = !isAfforded || (!found && work_ >= limit_);
+    if (hasGivenUp_) {
         budget_->giveUp();
     }
-    return budget_->affords(work_ - before) ? found : std::nullopt;
+    return isAfforded ? found : std::nullopt;
 }
 
 std::optional<LocalTime> RecurrenceExpansion::search() {
@@ -142,6 +145,11 @@ std::optional<LocalTime> RecurrenceExpansion::search() {
     ++work_;
     countDown(1);
     return time;
+}
+
+void RecurrenceExpansion::takeStartOnlyIfNamed() {
+    startIsTaken_ = true;
+    firstOfRule_ = start_;
 }
 
 void RecurrenceExpansion::skipTo(LocalTime time) {
@@ -213,8 +221,8 @@ bool RecurrenceExpansion::loadPeriod() {
         if (isPositioned_) {
             choosePositions();
         }
-        const bool isFirst = size() > 0 && at(0) <= start_;
-        cursor_ = isFirst ? firstFrom(start_ + std::chrono::seconds{1}) : 0;
+        const bool isFirst = size() > 0 && at(0) < firstOfRule_;
+        cursor_ = isFirst ? firstFrom(firstOfRule_) : 0;
         if (cursor_ < size()) {
             return true;
         }

@@ -41,6 +41,10 @@ class RecurrenceExpansion {
     // up, or the work limit was reached.
     std::optional<LocalTime> next();
 
+    // The start is an occurrence, and counts, only when the rule names it: what a rule that
+    // excludes takes out. To be said before anything is asked.
+    void takeStartOnlyIfNamed();
+
     // Passes over every occurrence before `time`, once next() is called. Cheap, however far away,
     // for a rule without COUNT and for one whose periods all hold the same number of occurrences;
     // other rules go through their periods one by one. An earlier time than the next occurrence
@@ -51,9 +55,13 @@ class RecurrenceExpansion {
     // or never, the search up to the year 9999.
     void endBefore(LocalTime time);
 
-    // From now on every step is also taken from a budget, which must outlive this and is told when a
-    // limit ends the expansion; it ends when the budget is spent, too.
+    // From now on every step is also taken from a budget, which must outlive this and is told when
+    // a limit ends the expansion; it ends when the budget is spent, too.
     void drawOn(WorkBudget& budget) { budget_ = &budget; }
+
+    // Of an expansion that draws on a budget: whether the last search ended at a limit and not
+    // because there is no further occurrence.
+    bool hasGivenUp() const { return hasGivenUp_; }
 
     // The steps made since the construction or the last skipTo.
     std::int64_t work() const { return work_; }
@@ -110,6 +118,8 @@ class RecurrenceExpansion {
     std::int64_t lastPeriod_ = 0;
     LocalTime end_;
     bool startIsTaken_ = false;
+    // Where the occurrences of the rule itself begin: behind the start, which was given, or there.
+    LocalTime firstOfRule_;
     // Where skipTo led, until next() goes there.
     std::optional<LocalTime> skipTarget_;
     std::optional<std::chrono::local_days> passedDay_;
@@ -119,6 +129,7 @@ class RecurrenceExpansion {
     std::int64_t work_ = 0;
     // What work_ may reach in the search that goes on.
     std::int64_t limit_ = workLimit;
+    bool hasGivenUp_ = false;
     WorkBudget* budget_ = nullptr;
 };
 

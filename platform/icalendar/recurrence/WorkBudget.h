@@ -22,8 +22,8 @@ class WorkBudget {
     // Zero or less when it is spent.
     std::int64_t left() const { return left_; }
 
-    // A search ended, at this limit or another, before it came to its end: there may be more than it
-    // found.
+    // A search ended, at this limit or another, before it came to its end: there may be more than
+    // it found.
     void giveUp() { hasGivenUp_ = true; }
     bool hasGivenUp() const { return hasGivenUp_; }
 

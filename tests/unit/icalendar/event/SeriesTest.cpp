@@ -264,6 +264,23 @@ TEST(RecurrenceSets, AreMadeOfRulesAddedAndExcludedDates) {
             start + "RDATE:20260107T100000Z\nEXDATE:20260107T100000Z\n", mornings({"05"})},
         {"exclusions of everything",
             start + "RRULE:FREQ=DAILY;COUNT=2\nEXDATE:20260105T100000Z,20260106T100000Z\n", {}},
+        {"a rule that excludes", start + "RRULE:FREQ=DAILY;COUNT=5\nEXRULE:FREQ=DAILY;INTERVAL=3\n",
+            mornings({"06", "07", "09"})},
+        {"a rule that excludes without the start",
+            start + "RRULE:FREQ=DAILY;COUNT=5\nEXRULE:FREQ=WEEKLY;BYDAY=TU,FR\n",
+            mornings({"05", "07", "08"})},
+        {"a rule that excludes for a while",
+            start + "RRULE:FREQ=DAILY;COUNT=6\nEXRULE:FREQ=WEEKLY;BYDAY=TU,WE,TH,FR;COUNT=2\n"
+                    "EXRULE:FREQ=DAILY;BYDAY=FR;UNTIL=20260109T100000Z\n",
+            mornings({"05", "08", "10"})},
+        {"a rule that excludes another time of the day",
+            start + "RRULE:FREQ=DAILY;COUNT=2\nEXRULE:FREQ=DAILY;BYHOUR=11\n",
+            mornings({"05", "06"})},
+        {"a rule that excludes an added date",
+            start + "RDATE:20260107T100000Z\nEXRULE:FREQ=WEEKLY;BYDAY=WE\n", mornings({"05"})},
+        {"a rule that excludes everything", start + "RRULE:FREQ=DAILY\nEXRULE:FREQ=DAILY\n", {}},
+        {"a rule that excludes and cannot be read",
+            start + "RRULE:FREQ=DAILY;COUNT=2\nEXRULE:FREQ=SOMETIMES\n", mornings({"05", "06"})},
         {"an exclusion that cannot be read", start + "RRULE:FREQ=DAILY;COUNT=2\nEXDATE:x,\n",
             mornings({"05", "06"})},
     });
@@ -665,6 +682,25 @@ TEST(LargeSeries, KeepEveryOneOf100000Exclusions) {
     const auto found = findEvent(text, "e");
     ASSERT_TRUE(found);
     EXPECT_EQ(found->event.start, first);
+}
+
+// What is not known to stay must not be listed.
+TEST(LargeSeries, EndWhereARuleThatExcludesIsGivenUp) {
+    const std::string start = "DTSTART:20260105T100000Z\n";
+    EXPECT_EQ(spansIn(eventStream(start + "RRULE:FREQ=DAILY\nRDATE:20270101T100000Z\n"
+                                          "EXRULE:FREQ=SECONDLY;BYSETPOS=2\n"),
+                  "2026-01-01T00:00:00Z", "2028-01-01T00:00:00Z"),
+        (std::vector<std::string>{
+            mornings({"05"}).front(), "2027-01-01T10:00:00Z/2027-01-01T10:00:00Z"}));
+    std::string rules;
+    for (int i = 0; i < 20'000; ++i) {
+        rules += "EXRULE:FREQ=SECONDLY\n";
+    }
+    const std::string text =
+        stream("BEGIN:VEVENT\nUID:e\n" + start + "RRULE:FREQ=SECONDLY\n" + rules + "END:VEVENT\n" +
+               "BEGIN:VEVENT\nUID:f\n" + start + "END:VEVENT\n");
+    EXPECT_EQ(spansIn(text, "2026-01-05T00:00:00Z", "2026-01-07T00:00:00Z").front(),
+        mornings({"05"}).front());
 }
 
 TEST(LargeSeries, KeepEveryOneOf20000Exceptions) {
