@@ -1,10 +1,13 @@
 #include "platform/icalendar/CalendarEdit.h"
 
 #include "platform/icalendar/CalendarStream.h"
+#include "platform/icalendar/Neighbourhood.h"
 #include "platform/icalendar/event/EventWriting.h"
 #include "platform/icalendar/time/VTimeZone.h"
 
 #include <algorithm>
+#include <array>
+#include <span>
 
 namespace quenbrook::platform::icalendar {
 namespace {
@@ -46,8 +49,13 @@ class StreamChange {
 
     void changeInPlace(const EventComponent& event, const PlannedDates& dates,
         const EventChanges& changes, Instant now) {
-        EventWriter(text_, event, edit_).update(dates, changes, now);
-        addZoneOf(dates, event);
+        write(event, dates, changes, now);
+        const bool leavesItsStart =
+            dates.start && (dates.start->instant() != event.start.instant() ||
+                               dates.start->isDate() != event.start.isDate());
+        if (leavesItsStart && !event.recurrenceId) {
+            removeSupersededBy(event);
+        }
     }
 
     // A copy of the master for one occurrence stands after the last component of the series.
@@ -63,13 +71,15 @@ class StreamChange {
         addZoneOf(dates, master);
     }
 
-    // The component of the occurrence becomes the whole series.
+    // The component of the occurrence becomes the whole series of its master.
     void rewriteSeries(const Occurrence& occurrence, const PlannedDates& dates,
         const EventChanges& changes, Instant now) {
         const EventComponent& base = *occurrence.component;
-        removeAllBut(&base);
+        if (occurrence.master) {
+            removeSeriesBut(&base, *occurrence.master);
+        }
         EventWriter(text_, base, edit_).becomeMaster();
-        changeInPlace(base, dates, changes, now);
+        write(base, dates, changes, now);
     }
 
     void exclude(const EventComponent& master, const DateTime& originalStart, Instant now) {
@@ -80,17 +90,47 @@ class StreamChange {
         edit_.replace((*component.component).range, {});
     }
 
-    void removeAllBut(const EventComponent* kept) {
-        for (const auto& components : {series_->masters(), series_->exceptions()}) {
+    // Earlier revisions, which would stand again without the one that stands in their place.
+    void removeSupersededBy(const EventComponent& master) {
+        for (const EventComponent& each : series_->superseded()) {
+            if (each.start.instant() == master.start.instant() &&
+                each.start.isDate() == master.start.isDate()) {
+                remove(each);
+            }
+        }
+    }
+
+    void removeAll() {
+        for (const auto& components : allOfSeries()) {
             for (const EventComponent& each : components) {
-                if (&each != kept) {
-                    remove(each);
-                }
+                remove(each);
             }
         }
     }
 
   private:
+    void write(const EventComponent& event, const PlannedDates& dates, const EventChanges& changes,
+        Instant now) {
+        EventWriter(text_, event, edit_).update(dates, changes, now);
+        addZoneOf(dates, event);
+    }
+
+    std::array<std::span<const EventComponent>, 3> allOfSeries() const {
+        return {series_->masters(), series_->exceptions(), series_->superseded()};
+    }
+
+    void removeSeriesBut(const EventComponent* kept, const EventComponent& master) {
+        if (&master != kept) {
+            remove(master);
+        }
+        for (const EventComponent& each : series_->exceptions()) {
+            if (&each != kept && series_->masterOf(each) == &master) {
+                remove(each);
+            }
+        }
+        removeSupersededBy(master);
+    }
+
     // A zone that the event did not name before needs its definition (RFC 5545 section 3.2.19).
     void addZoneOf(const PlannedDates& dates, const EventComponent& event) {
         const DateTime* zoned = dates.zoned();
@@ -104,7 +144,7 @@ class StreamChange {
 
     std::size_t lastOfSeries() const {
         std::size_t last = 0;
-        for (const auto& components : {series_->masters(), series_->exceptions()}) {
+        for (const auto& components : allOfSeries()) {
             for (const EventComponent& each : components) {
                 last = std::max(last, (*each.component).range.end);
             }
@@ -128,12 +168,12 @@ class StreamChange {
     TextEdit edit_;
 };
 
-// Whether the changes bring rules other than those that the series has.
-bool bringsOtherRules(const Series& series, const EventChanges& changes) {
+// Whether the changes bring rules other than those that the series of the occurrence has.
+bool bringsOtherRules(const Occurrence& occurrence, const EventChanges& changes) {
     if (!changes.recurrenceRules) {
         return false;
     }
-    const EventComponent* master = series.master();
+    const EventComponent* master = occurrence.master;
     if (!master) {
         return !changes.recurrenceRules->empty();
     }
@@ -145,11 +185,6 @@ bool bringsOtherRules(const Series& series, const EventChanges& changes) {
 
 bool isException(const Occurrence& occurrence) {
     return occurrence.component->recurrenceId.has_value();
-}
-
-// The component whose recurrence set the occurrence of an exception belongs to.
-const EventComponent* ownerOf(const Series& series, const Occurrence& occurrence) {
-    return isException(occurrence) ? series.master() : occurrence.component;
 }
 
 // Without its events a stream is nothing but the wrapping; what could not be read counts as
@@ -188,13 +223,16 @@ std::optional<std::string> updatedStream(
     if (!occurrence || !canHold(changes)) {
         return std::nullopt;
     }
-    const bool otherRules = series->recurs() && bringsOtherRules(*series, changes);
+    const bool otherRules = series->recurs() && bringsOtherRules(*occurrence, changes);
     const bool newException = series->recurs() && !otherRules && !isException(*occurrence) &&
                               occurrence->component->recurs();
     const auto dates = planDates(*occurrence, changes, otherRules || newException);
     if (!dates) {
         return std::nullopt;
     }
+    const auto newStart = dates->start ? dates->start->instant() : occurrence->span.start;
+    const bool becomesSeries = !series->recurs() && changes.recurrenceRules;
+    const Neighbourhood neighbourhood(*series, *occurrence, newStart, otherRules || becomesSeries);
 
     if (otherRules) {
         change.rewriteSeries(*occurrence, *dates, changes, now);
@@ -207,9 +245,13 @@ std::optional<std::string> updatedStream(
         }
         change.changeInPlace(*occurrence->component, *dates, inPlace, now);
     }
-    // An event that grew past what is read (by alarms without end, say) would be as good as lost.
+    // An event that grew past what is read (by alarms without end, say) would be as good as lost,
+    // and so would one that moved to where it is excluded.
     std::string updated = change.result();
-    return findEvent(updated, key.uid) ? std::optional(std::move(updated)) : std::nullopt;
+    const StreamChange result(updated, key.uid);
+    const bool isGood = result.series() && (neighbourhood.isKeptWithTheChanged(*result.series()) ||
+                                               change.hasGivenUp() || result.hasGivenUp());
+    return isGood ? std::optional(std::move(updated)) : std::nullopt;
 }
 
 std::optional<std::string> streamWithout(std::string_view text, const EventKey& key, Instant now) {
@@ -219,9 +261,13 @@ std::optional<std::string> streamWithout(std::string_view text, const EventKey& 
     if (!occurrence) {
         return std::nullopt;
     }
-    const EventComponent* owner = ownerOf(*series, *occurrence);
-    if (isException(*occurrence) || !owner->recurs()) {
+    const Neighbourhood neighbourhood(*series, *occurrence, occurrence->span.start, false);
+    const EventComponent* owner = occurrence->master;
+    if (isException(*occurrence)) {
         change.remove(*occurrence->component);
+    } else if (!owner->recurs()) {
+        change.remove(*owner);
+        change.removeSupersededBy(*owner);
     }
     // Without its exception even an event that does not recur would be there again.
     if (owner && (owner->recurs() || isException(*occurrence))) {
@@ -231,12 +277,17 @@ std::optional<std::string> streamWithout(std::string_view text, const EventKey& 
 
     // With its last occurrence excluded, the series goes as a whole.
     StreamChange rest(without, key.uid);
+    const bool isKept = !rest.series() || neighbourhood.isKeptAlone(*rest.series()) ||
+                        change.hasGivenUp() || rest.hasGivenUp();
+    if (!isKept) {
+        return std::nullopt;
+    }
     if (rest.series() && !rest.series()->firstStanding()) {
         // What was not found may be there all the same.
         if (rest.hasGivenUp()) {
             return std::nullopt;
         }
-        rest.removeAllBut(nullptr);
+        rest.removeAll();
         without = rest.result();
     }
     return orNothingIfEmpty(without);

@@ -18,7 +18,7 @@ DayRange daysAround(Instant from, Instant until) {
 }
 
 FoundEvent found(const Series& series, const Occurrence& occurrence) {
-    FoundEvent event{{occurrence.component->uid, std::nullopt}, eventOf(series, occurrence)};
+    FoundEvent event{{occurrence.component->uid, std::nullopt}, eventOf(occurrence)};
     if (series.recurs()) {
         event.key.originalStart = occurrence.originalStart.instant();
     }

@@ -96,6 +96,13 @@ class Series(QuenbrookTest):
         self.assertEqual(self.occurrences(), [
             "2026-01-05T10:00Z", "2026-01-08T10:00Z", "2026-01-09T10:00Z"])
 
+    def test_lists_the_latest_of_several_revisions(self):
+        self.put("work", "event.ics", [
+            event("DTSTART:20260105T100000Z", "SUMMARY:Old"),
+            event("DTSTART:20260105T100000Z", "SUMMARY:New", "SEQUENCE:1"),
+            event("DTSTART:20260107T100000Z", "SUMMARY:Other")])
+        self.assertEqual(self.titles(self.year()), ["New", "Other"])
+
     def test_joins_several_rules(self):
         self.series("DTSTART:20260105T100000Z", "RRULE:FREQ=WEEKLY;COUNT=2",
                     "RRULE:FREQ=MONTHLY;BYMONTHDAY=5,12;COUNT=3")

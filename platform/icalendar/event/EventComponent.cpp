@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstddef>
 
 namespace quenbrook::platform::icalendar {
@@ -144,6 +145,19 @@ sys_seconds timedEnd(const DateTime& start, const DateTime& from, const Extent& 
 }
 
 } // namespace
+
+Revision revisionOf(const Component& event) {
+    Revision revision;
+    if (const Property* sequence = event.first("SEQUENCE")) {
+        const std::string_view digits = sequence->value;
+        std::from_chars(digits.data(), digits.data() + digits.size(), revision.sequence);
+    }
+    const Property* stamp = event.first("DTSTAMP");
+    // Always UTC, whether or not the "Z" was forgotten.
+    const auto time = stamp ? parseDateTime(stamp->value.substr(0, 15)) : std::nullopt;
+    revision.stamp = time.value_or(LocalTime::min());
+    return revision;
+}
 
 DateTime EventComponent::meant(const DateTime& listed) const {
     if (start.isDate()) {

@@ -4,6 +4,8 @@
 #include "platform/icalendar/time/DateTime.h"
 
 #include <chrono>
+#include <compare>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <variant>
@@ -25,6 +27,16 @@ struct TimeSpan {
     std::chrono::sys_seconds start;
     std::chrono::sys_seconds end;
 };
+
+// Which of two components is the later revision of one event: that with the higher SEQUENCE, else
+// the later DTSTAMP (RFC 5546 section 2.1.5).
+struct Revision {
+    std::int64_t sequence = 0;
+    LocalTime stamp{};
+
+    auto operator<=>(const Revision&) const = default;
+};
+Revision revisionOf(const Component& event);
 
 // A VEVENT with its dates and rules read. Values that cannot be read are passed over; a component
 // without UID or DTSTART is no event.

@@ -135,7 +135,7 @@ std::vector<RecurrenceRule> rulesOf(const EventComponent& master) {
 
 } // namespace
 
-Event eventOf(const Series& series, const Occurrence& occurrence) {
+Event eventOf(const Occurrence& occurrence) {
     const Component& component = *occurrence.component->component;
     Event event;
     event.title = textOf(component, "SUMMARY");
@@ -147,8 +147,8 @@ Event eventOf(const Series& series, const Occurrence& occurrence) {
     event.participants = participantsOf(component);
     event.alarmCount = static_cast<std::size_t>(
         std::count_if(component.components.begin(), component.components.end(), isAlarm));
-    if (const EventComponent* master = series.master()) {
-        event.recurrenceRules = rulesOf(*master);
+    if (occurrence.master) {
+        event.recurrenceRules = rulesOf(*occurrence.master);
     }
     event.lastModified = lastModifiedOf(component);
     event.availability = availabilityOf(component);

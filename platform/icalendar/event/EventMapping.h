@@ -7,6 +7,6 @@ namespace quenbrook::platform::icalendar {
 
 // One occurrence as the store hands it out; identifier, calendar and handle are left to the store.
 // Every occurrence of a series carries the rules of the series, exceptions too.
-Event eventOf(const Series& series, const Occurrence& occurrence);
+Event eventOf(const Occurrence& occurrence);
 
 } // namespace quenbrook::platform::icalendar

@@ -16,6 +16,8 @@ namespace quenbrook::platform::icalendar {
 // One occurrence: the component that describes it and when it takes place.
 struct Occurrence {
     const EventComponent* component;
+    // Whose recurrence set it belongs to; null for an exception to nothing.
+    const EventComponent* master;
     // Where the recurrence set has it (for RECURRENCE-ID and EXDATE), which for an exception is not
     // where it takes place.
     DateTime originalStart;
@@ -24,10 +26,15 @@ struct Occurrence {
     TimeSpan span;
 };
 
-// The components of one UID: as a rule one event and the exceptions to it. An exception to nothing
-// (somebody was invited to one occurrence) stands for itself.
+// The components of one UID: as a rule one event, its master, and the exceptions to it. Of masters
+// with the same start the latest revision stands, and the others are as if they were not there.
+// Where masters with different starts stand, an exception belongs to the first whose recurrence set
+// has the occurrence that it names. An exception to nothing (somebody was invited to one
+// occurrence) stands for itself.
 class Series {
   public:
+    static constexpr std::size_t maximumOccurrences = 100'000;
+
     // `budget` must outlive this. What is asked after it is spent finds no occurrence but DTSTART
     // and listed dates.
     Series(std::vector<EventComponent> components, WorkBudget& budget);
@@ -36,7 +43,7 @@ class Series {
     Series& operator=(const Series&) = delete;
 
     // Every occurrence that starts before `until` and ends after `from`, or of no length and starts
-    // in between. At most 100,000 of them: a rule that yields more is cut there.
+    // in between. At most maximumOccurrences of them: a rule that yields more is cut there.
     std::vector<Occurrence> occurrencesIn(Instant from, Instant until) const;
 
     // The first that is not excluded, in the order of original starts.
@@ -48,16 +55,27 @@ class Series {
     // Whether the components recur at all; if not, there is one event and nothing else.
     bool recurs() const;
 
-    // The component that carries the rules; null when there are only exceptions.
-    const EventComponent* master() const { return masters_.empty() ? nullptr : &masters_.front(); }
     std::span<const EventComponent> masters() const { return masters_; }
     std::span<const EventComponent> exceptions() const { return exceptions_; }
-
-    const EventComponent* exceptionAt(std::chrono::sys_seconds originalStart) const;
+    // The masters in whose place later revisions stand.
+    std::span<const EventComponent> superseded() const { return superseded_; }
+    // The master that an exception of this series belongs to; null when there is none.
+    const EventComponent* masterOf(const EventComponent& exception) const {
+        return owners_[static_cast<std::size_t>(&exception - exceptions_.data())];
+    }
 
   private:
+    void takeMasters(std::vector<EventComponent> masters);
+    void findOwners();
+    void findOwnersAmongSeveral();
+
+    Occurrence asOccurrence(const EventComponent& exception) const;
+    const EventComponent* exceptionAt(std::chrono::sys_seconds originalStart) const;
     bool isReplaced(const Occurrence& occurrence) const {
-        return replaced_.contains(occurrence.originalStart);
+        return replacedOf(*occurrence.master).contains(occurrence.originalStart);
+    }
+    const StartSet& replacedOf(const EventComponent& master) const {
+        return replaced_[static_cast<std::size_t>(&master - masters_.data())];
     }
 
     using Visit = std::function<bool(const Occurrence&)>;
@@ -68,8 +86,12 @@ class Series {
         std::chrono::sys_seconds until, const Visit& visit) const;
 
     std::vector<EventComponent> masters_;
+    std::vector<EventComponent> superseded_;
     std::vector<EventComponent> exceptions_;
-    StartSet replaced_;
+    // Of each exception.
+    std::vector<const EventComponent*> owners_;
+    // Of each master: the occurrences that have an exception.
+    std::vector<StartSet> replaced_;
     WorkBudget& budget_;
 };
 

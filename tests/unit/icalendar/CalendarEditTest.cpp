@@ -808,6 +808,78 @@ TEST(Edits, OfADayInASeriesOfTimesLeaveTheTimeOfThatDay) {
     EXPECT_EQ(spans(updatedStream(*renamed, time, titled("new"), now)), spans(text));
 }
 
+std::string eventAt(const std::string& start, const std::string& lines) {
+    return "BEGIN:VEVENT\nUID:e\nDTSTART:" + start + "\n" + lines + "END:VEVENT\n";
+}
+
+TEST(SeveralMasters, OfOneStartAreChangedInTheLatestRevision) {
+    const std::string old = eventAt("20260105T100000Z", "SUMMARY:old\nX-OLD:1\n");
+    const std::string latest = eventAt("20260105T100000Z", "SUMMARY:latest\nSEQUENCE:3\n");
+    const std::string text = stream(old + latest);
+    const auto renamed = updated(text, titled("new"));
+    ASSERT_TRUE(renamed);
+    EXPECT_EQ(changedLines(text, *renamed), sorted({"-SUMMARY:latest", "+SUMMARY:new"}));
+    EXPECT_EQ(findEvent(*renamed, "e")->event.title, "new");
+    // Without the latest in its place the old one would stand again.
+    const auto moved = updated(text, starting("2026-01-05T09:00:00Z"));
+    ASSERT_TRUE(moved);
+    EXPECT_EQ(test::spansIn(*moved, "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z"),
+        std::vector<std::string>{"2026-01-05T09:00:00Z/2026-01-05T10:00:00Z"});
+    EXPECT_EQ(streamWithout(text, keyOf(text), now), "");
+}
+
+TEST(SeveralMasters, AreEachChangedAlone) {
+    const std::string first = eventAt("20260105T100000Z", "RRULE:FREQ=DAILY;COUNT=3\nSUMMARY:a\n");
+    const std::string second = eventAt("20260105T120000Z", "RDATE:20260106T100000Z\nSUMMARY:b\n");
+    const std::string text = stream(first + second);
+    const auto seen = [](const std::string& changed) {
+        std::vector<std::string> lines;
+        for (const FoundEvent& found :
+            RangeQuery(at("2026-01-01T00:00:00Z"), at("2027-01-01T00:00:00Z")).eventsIn(changed)) {
+            lines.push_back(found.event.title.value_or("") + " " + test::written(found.event.start));
+        }
+        return sorted(std::move(lines));
+    };
+    const std::vector<std::string> all{"a 2026-01-05T10:00:00Z", "a 2026-01-06T10:00:00Z",
+        "a 2026-01-07T10:00:00Z", "b 2026-01-05T12:00:00Z", "b 2026-01-06T10:00:00Z"};
+    ASSERT_EQ(seen(text), all);
+    const EventKey shared{"e", at("2026-01-06T10:00:00Z")};
+    const auto renamed = updatedStream(text, shared, titled("new"), now);
+    ASSERT_TRUE(renamed);
+    EXPECT_EQ(seen(*renamed),
+        (std::vector<std::string>{all[0], all[2], all[3], all[4], "new 2026-01-06T10:00:00Z"}));
+    const auto without = streamWithout(text, shared, now);
+    ASSERT_TRUE(without);
+    EXPECT_EQ(seen(*without), (std::vector<std::string>{all[0], all[2], all[3], all[4]}));
+    // Other rules are those of one master.
+    const auto weekly = updatedStream(text, {"e", at("2026-01-05T12:00:00Z")},
+        repeating({{.frequency = 1, .end = RecurrenceEnd::withOccurrenceCount(2)}}), now);
+    ASSERT_TRUE(weekly);
+    EXPECT_EQ(seen(*weekly),
+        (std::vector<std::string>{all[0], all[1], all[2], all[3], "b 2026-01-12T12:00:00Z"}));
+}
+
+// It would hide that one, or be hidden by it.
+TEST(SeveralMasters, AreNotMovedOntoEachOther) {
+    const std::string text =
+        stream(eventAt("20260105T100000Z", "") + eventAt("20260106T100000Z", "SEQUENCE:7\n"));
+    EXPECT_FALSE(updatedStream(
+        text, {"e", at("2026-01-05T10:00:00Z")},
+        [] {
+            EventChanges changes = starting("2026-01-06T10:00:00Z");
+            changes.end = changes.start;
+            return changes;
+        }(),
+        now));
+}
+
+TEST(Refusals, AreOfAStartThatIsExcluded) {
+    const std::string text =
+        stream(eventAt("20260105T100000Z", "DTEND:20260105T110000Z\nEXDATE:20260105T090000Z\n"));
+    EXPECT_FALSE(updated(text, starting("2026-01-05T09:00:00Z")));
+    EXPECT_TRUE(updated(text, starting("2026-01-05T09:00:01Z")));
+}
+
 TEST(Removals, OneByOneEndASeriesWithItsFile) {
     const support::ScopedTimeZone local("Australia/Lord_Howe");
     std::string text =

@@ -662,6 +662,103 @@ TEST(TheOccurrenceOfAnOriginalStart, IsOfTheFirstOfTwoEventsAlike) {
     EXPECT_EQ(found->component->component->first("SUMMARY")->value, "one");
 }
 
+std::string master(const std::string& start, const std::string& lines) {
+    return "BEGIN:VEVENT\nUID:s\nDTSTART" + start + "\n" + lines + "END:VEVENT\n";
+}
+
+std::vector<std::string> titlesIn(const std::string& text) {
+    std::vector<std::string> titles;
+    for (const FoundEvent& found :
+        RangeQuery(at("2026-01-01T00:00:00Z"), at("2027-01-01T00:00:00Z")).eventsIn(text)) {
+        titles.push_back(found.event.title.value_or(""));
+    }
+    std::sort(titles.begin(), titles.end());
+    return titles;
+}
+
+TEST(SeveralMasters, OfOneStartLeaveTheLatestRevision) {
+    struct Case {
+        std::string description;
+        std::string lines;
+        std::vector<std::string> titles;
+    };
+    const std::string time = ":20260105T100000Z";
+    const std::vector<Case> cases{
+        {"a higher SEQUENCE",
+            master(time, "SEQUENCE:2\nSUMMARY:two\nDTSTAMP:20260101T000000Z\n") +
+                master(time, "SEQUENCE:10\nSUMMARY:ten\nDTSTAMP:20250101T000000Z\n") +
+                master(time, "SUMMARY:none\nDTSTAMP:20270101T000000Z\n"),
+            {"ten"}},
+        {"a later DTSTAMP",
+            master(time, "SEQUENCE:2\nSUMMARY:late\nDTSTAMP:20260101T000001Z\n") +
+                master(time, "SEQUENCE:2\nSUMMARY:early\nDTSTAMP:20260101T000000Z\n") +
+                master(time, "SEQUENCE:2\nSUMMARY:without\n"),
+            {"late"}},
+        {"equal ones", master(time, "SUMMARY:first\n") + master(time, "SUMMARY:second\n"),
+            {"first"}},
+        {"one start in two zones",
+            master(";TZID=Europe/Berlin:20260105T110000", "SUMMARY:old\n") +
+                master(time, "SUMMARY:new\nSEQUENCE:1\n"),
+            {"new"}},
+        {"a series and an event",
+            master(time, "SUMMARY:old\nRRULE:FREQ=DAILY;COUNT=3\n") +
+                master(time, "SUMMARY:new\nSEQUENCE:1\n"),
+            {"new"}},
+        {"other starts",
+            master(time, "SUMMARY:a\n") + master(":20260106T100000Z", "SUMMARY:b\nSEQUENCE:4\n"),
+            {"a", "b"}},
+        {"a day and its midnight",
+            master(":20260105T000000Z", "SUMMARY:a\n") +
+                master(";VALUE=DATE:20260105", "SUMMARY:b\nSEQUENCE:4\n"),
+            {"a", "b"}},
+    };
+    const support::ScopedTimeZone local("UTC");
+    for (const Case& row : cases) {
+        EXPECT_EQ(titlesIn(stream(row.lines)), row.titles) << row.description;
+    }
+}
+
+// An exception hides the occurrence of one master only.
+TEST(SeveralMasters, HaveEachTheirOwnExceptions) {
+    const support::ScopedTimeZone local("Europe/Berlin");
+    const std::string mornings =
+        master(":20260105T100000Z", "RRULE:FREQ=DAILY;COUNT=3\nSUMMARY:a\n");
+    const std::string odd = master(":20260105T120000Z", "RDATE:20260106T100000Z\nSUMMARY:b\n");
+    const std::string days =
+        master(";VALUE=DATE:20260105", "RRULE:FREQ=DAILY;COUNT=3\nSUMMARY:d\n");
+    const auto moved = [](const std::string& id) {
+        return "BEGIN:VEVENT\nUID:s\nSUMMARY:x\nRECURRENCE-ID" + id +
+               "\nDTSTART:20260301T100000Z\nEND:VEVENT\n";
+    };
+    using Titles = std::vector<std::string>;
+    EXPECT_EQ(titlesIn(stream(mornings + odd + moved(":20260106T100000Z"))),
+        (Titles{"a", "a", "b", "b", "x"}));
+    EXPECT_EQ(titlesIn(stream(odd + mornings + moved(":20260106T100000Z"))),
+        (Titles{"a", "a", "a", "b", "x"}));
+    EXPECT_EQ(titlesIn(stream(days + mornings + moved(":20260106T100000Z"))),
+        (Titles{"a", "a", "d", "d", "d", "x"}));
+    EXPECT_EQ(titlesIn(stream(mornings + days + moved(";VALUE=DATE:20260106"))),
+        (Titles{"a", "a", "a", "d", "d", "x"}));
+    EXPECT_EQ(titlesIn(stream(days + odd + moved(":20260107T000000Z"))),
+        (Titles{"b", "b", "d", "d", "x"}));
+    EXPECT_EQ(titlesIn(stream(days + odd + moved(":20260120T000000Z"))),
+        (Titles{"b", "b", "d", "d", "d", "x"}));
+}
+
+TEST(LargeSeries, OfManyMastersAndExceptionsComeToAnEnd) {
+    std::string lines;
+    for (int i = 0; i < 4'000; ++i) {
+        const std::string second = std::to_string(100 + i % 60).substr(1);
+        const std::string minute = std::to_string(100 + i / 60 % 60).substr(1);
+        lines += master(":2026010" + std::to_string(1 + i / 3600) + "T10" + minute + second,
+            "RRULE:FREQ=SECONDLY\n");
+        lines += exception(";VALUE=DATE:20260105", "20260210T120000Z");
+    }
+    lines += "BEGIN:VEVENT\nUID:f\nDTSTART:20260105T100000Z\nEND:VEVENT\n";
+    const auto spans = spansIn(stream(lines), "2026-01-05T00:00:00Z", "2026-01-05T12:00:00Z");
+    EXPECT_GT(std::count(spans.begin(), spans.end(), mornings({"05"}).front()), 0);
+}
+
 TEST(LargeSeries, KeepEveryOneOf100000Exclusions) {
     std::string lines = "DTSTART:20260105T100000Z\nRRULE:FREQ=MINUTELY;COUNT=100010\n";
     for (int i = 0; i < 100'000; ++i) {

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "platform/CalendarStore.h"
+#include "platform/icalendar/event/Series.h"
+
+#include <chrono>
+#include <compare>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace quenbrook::platform::icalendar {
+
+// The occurrences of a series around one that is to be changed: where its recurrence set has it,
+// where it takes place, and where it is to take place. A change of the text is good when all of
+// these are read as before, whatever else the series holds.
+class Neighbourhood {
+  public:
+    // Takes the occurrences that are to stay: all but this one or, where its series is rewritten,
+    // those of other masters.
+    Neighbourhood(const Series& series, const Occurrence& changed,
+        std::chrono::sys_seconds newStart, bool isRewritten);
+
+    // Whether a changed series has them all, and the changed occurrence beside them.
+    bool isKeptWithTheChanged(const Series& after) const;
+    // Whether a changed series has them all and nothing else.
+    bool isKeptAlone(const Series& after) const;
+
+  private:
+    // What tells one occurrence from another.
+    struct Seen {
+        std::chrono::sys_seconds originalStart;
+        std::chrono::sys_seconds start;
+        std::chrono::sys_seconds end;
+        bool isAllDay;
+        std::string title;
+
+        auto operator<=>(const Seen&) const = default;
+    };
+    struct Place {
+        std::chrono::sys_seconds at;
+        std::vector<Seen> staying;
+    };
+
+    static Seen seen(const Occurrence& occurrence);
+    // How many more there are than stay; negative when one of those is missing.
+    static std::ptrdiff_t more(const Place& place, const Series& after);
+
+    // The last is where the occurrence is to take place. None where there are more than are ever
+    // listed: what is cut cannot be compared.
+    std::vector<Place> places_;
+    bool isRewritten_;
+};
+
+} // namespace quenbrook::platform::icalendar
