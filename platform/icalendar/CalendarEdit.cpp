@@ -58,17 +58,18 @@ class StreamChange {
         }
     }
 
-    // A copy of the master for one occurrence stands after the last component of the series.
+    // A copy, for one occurrence, of what describes it stands after the last component of the
+    // series.
     void addException(const Occurrence& occurrence, const PlannedDates& dates, EventChanges changes,
         Instant now) {
-        const EventComponent& master = *occurrence.component;
+        const EventComponent& model = *occurrence.component;
         changes.recurrenceRules.emplace();
         TextEdit copy(text_);
-        EventWriter writer(text_, master, copy);
+        EventWriter writer(text_, model, copy);
         writer.becomeExceptionFor(occurrence.originalStart);
         writer.update(dates, changes, now);
-        edit_.insert(lastOfSeries(), onLinesOfItsOwn(copy.result((*master.component).range)));
-        addZoneOf(dates, master);
+        edit_.insert(lastOfSeries(), onLinesOfItsOwn(copy.result((*model.component).range)));
+        addZoneOf(dates, model);
     }
 
     // The component of the occurrence becomes the whole series of its master.
@@ -183,10 +184,6 @@ bool bringsOtherRules(const Occurrence& occurrence, const EventChanges& changes)
     return !hasRules(*master, *changes.recurrenceRules);
 }
 
-bool isException(const Occurrence& occurrence) {
-    return occurrence.component->recurrenceId.has_value();
-}
-
 // Without its events a stream is nothing but the wrapping; what could not be read counts as
 // something.
 std::string orNothingIfEmpty(const std::string& text) {
@@ -224,8 +221,9 @@ std::optional<std::string> updatedStream(
         return std::nullopt;
     }
     const bool otherRules = series->recurs() && bringsOtherRules(*occurrence, changes);
-    const bool newException = series->recurs() && !otherRules && !isException(*occurrence) &&
-                              occurrence->component->recurs();
+    const bool newException =
+        series->recurs() && !otherRules && !occurrence->isException() &&
+        (occurrence->component->recurs() || occurrence->component->isThisAndFuture);
     const auto dates = planDates(*occurrence, changes, otherRules || newException);
     if (!dates) {
         return std::nullopt;
@@ -263,14 +261,15 @@ std::optional<std::string> streamWithout(std::string_view text, const EventKey& 
     }
     const Neighbourhood neighbourhood(*series, *occurrence, occurrence->span.start, false);
     const EventComponent* owner = occurrence->master;
-    if (isException(*occurrence)) {
-        change.remove(*occurrence->component);
-    } else if (!owner->recurs()) {
+    const bool isWhole = occurrence->component == owner && !owner->recurs();
+    if (isWhole) {
         change.remove(*owner);
         change.removeSupersededBy(*owner);
+    } else if (occurrence->isException()) {
+        change.remove(*occurrence->component);
     }
     // Without its exception even an event that does not recur would be there again.
-    if (owner && (owner->recurs() || isException(*occurrence))) {
+    if (owner && !isWhole) {
         change.exclude(*owner, occurrence->originalStart, now);
     }
     std::string without = change.result();

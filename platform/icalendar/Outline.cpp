@@ -174,6 +174,10 @@ class OutlineReader {
             event_.hasRule = true;
         } else if (first == 'r' && equalsIgnoringCase(name, "RDATE")) {
             event_.hasAddedDates = true;
+        } else if (first == 'r' && equalsIgnoringCase(name, "RECURRENCE-ID")) {
+            const auto content = parseContentLine(line);
+            event_.movesOthers =
+                event_.movesOthers || (content && parameterValue(*content, "RANGE").has_value());
         }
     }
 
@@ -215,7 +219,7 @@ class OutlineReader {
 } // namespace
 
 bool EventSummary::mayTouch(const DayRange& wanted) const {
-    if (!days || hasAddedDates) {
+    if (!days || hasAddedDates || movesOthers) {
         return true;
     }
     if (days->first > wanted.last) {

@@ -28,6 +28,8 @@ struct EventSummary {
     std::optional<std::chrono::sys_days> until;
     bool hasRule = false;
     bool hasAddedDates = false;
+    // It is an exception that moves others, too.
+    bool movesOthers = false;
 
     // Whether an occurrence may touch these days: false only when none can. The caller leaves room
     // for the difference between zones.

@@ -120,6 +120,19 @@ class Series(QuenbrookTest):
         self.assertEqual(self.titles(found), ["Weekly", "Moved", "Weekly"])
         self.assertEqual([e["id"] for e in found], ["work:event"] * 3)
 
+    def test_moves_the_later_ones_with_an_exception_that_speaks_of_them(self):
+        self.series("DTSTART:20260105T100000Z", "DTEND:20260105T110000Z", "SUMMARY:Weekly",
+                    "RRULE:FREQ=WEEKLY;COUNT=4", exceptions=[event(
+                        "RECURRENCE-ID;RANGE=THISANDFUTURE:20260112T100000Z",
+                        "DTSTART:20260113T150000Z", "DTEND:20260113T170000Z", "SUMMARY:Moved")])
+        starts = ["2026-01-05T10:00Z", "2026-01-13T15:00Z", "2026-01-20T15:00Z",
+                  "2026-01-27T15:00Z"]
+        self.assertEqual(self.starts(self.year()), starts)
+        self.assertEqual(self.titles(self.year()), ["Weekly", "Moved", "Moved", "Moved"])
+        self.answer("cancel-event", {"id": "work:event"})
+        self.answer("cancel-event", {"id": "work:event"})
+        self.assertEqual(self.starts(self.year()), starts[2:])
+
     def test_finds_a_moved_occurrence_where_it_is_and_not_where_it_was(self):
         self.series("DTSTART:20260105T100000Z", "RRULE:FREQ=WEEKLY;COUNT=3", exceptions=[event(
             "RECURRENCE-ID:20260112T100000Z", "DTSTART:20260801T100000Z")])

@@ -122,6 +122,11 @@ bool readRecurrence(EventComponent& event, TimeZones& zones) {
     return true;
 }
 
+bool namesLaterOnes(const Property& recurrenceId) {
+    const auto range = parameterValue(recurrenceId, "RANGE");
+    return range && equalsIgnoringCase(*range, "THISANDFUTURE");
+}
+
 // How many days an all-day event covers, at least one.
 days dayCount(const DateTime& start, const Extent& extent) {
     days count{1};
@@ -189,9 +194,11 @@ std::optional<EventComponent> readEventComponent(
         return std::nullopt;
     }
     EventComponent event{
-        std::move(*component), decodeText(uid->value), *start, {}, {}, {}, {}, {}, {}};
+        std::move(*component), decodeText(uid->value), *start, {}, {}, {}, {}, {}, {}, {}};
     event.extent = readExtent(*event.component, zones);
     event.recurrenceId = readDate(*event.component, "RECURRENCE-ID", zones);
+    event.isThisAndFuture =
+        event.recurrenceId && namesLaterOnes(*event.component->first("RECURRENCE-ID"));
     // An exception does not recur by itself, whatever it carries (RFC 5545 section 3.8.4.4).
     if (!event.recurrenceId && !readRecurrence(event, zones)) {
         return std::nullopt;

@@ -48,6 +48,8 @@ struct EventComponent {
     // Set for an exception: the original start of the occurrence that it replaces, as it is written
     // until a series gives it its meaning.
     std::optional<DateTime> recurrenceId;
+    // Whether it then speaks of the later ones too (RANGE=THISANDFUTURE).
+    bool isThisAndFuture = false;
     std::vector<Recur> rules;
     std::vector<AddedDate> additions;
     std::vector<DateTime> exclusions;

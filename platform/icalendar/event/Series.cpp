@@ -1,6 +1,7 @@
 #include "platform/icalendar/event/Series.h"
 
 #include <algorithm>
+#include <iterator>
 #include <tuple>
 #include <utility>
 
@@ -113,17 +114,59 @@ Series::Series(std::vector<EventComponent> components, WorkBudget& budget)
     takeMasters(std::move(masters));
     findOwners();
 
-    std::vector<std::vector<DateTime>> replaced(masters_.size());
+    std::vector<std::vector<const EventComponent*>> exceptions(masters_.size());
     for (const EventComponent& exception : exceptions_) {
         if (const EventComponent* owner = masterOf(exception)) {
-            replaced[static_cast<std::size_t>(owner - masters_.data())].push_back(
-                *exception.recurrenceId);
+            exceptions[static_cast<std::size_t>(owner - masters_.data())].push_back(&exception);
         }
     }
-    replaced_.reserve(masters_.size());
+    changes_.reserve(masters_.size());
     for (std::size_t i = 0; i < masters_.size(); ++i) {
-        replaced_.emplace_back(masters_[i], replaced[i]);
+        changes_.push_back(changesBy(exceptions[i], masters_[i]));
     }
+}
+
+Series::Changes Series::changesBy(
+    const std::vector<const EventComponent*>& exceptions, const EventComponent& master) {
+    std::vector<DateTime> replaced;
+    std::vector<DateTime> replacedAlone;
+    struct Range {
+        ThisAndFuture range;
+        Revision revision;
+    };
+    std::vector<Range> ranges;
+    for (const EventComponent* exception : exceptions) {
+        replaced.push_back(*exception->recurrenceId);
+        if (exception->isThisAndFuture) {
+            ranges.push_back(
+                {ThisAndFuture(master, *exception), revisionOf(*exception->component)});
+        } else {
+            replacedAlone.push_back(*exception->recurrenceId);
+        }
+    }
+    Changes changes;
+    changes.replaced = StartSet(master, replaced);
+    if (ranges.empty()) {
+        return changes;
+    }
+    changes.excluded = StartSet(master, master.exclusions);
+    changes.replacedAlone = StartSet(master, replacedAlone);
+    std::stable_sort(ranges.begin(), ranges.end(), [](const Range& left, const Range& right) {
+        return std::pair(left.range.from(), right.revision) <
+               std::pair(right.range.from(), left.revision);
+    });
+    for (const Range& each : ranges) {
+        if (changes.ranges.empty() || changes.ranges.back().from() != each.range.from()) {
+            changes.ranges.push_back(each.range);
+        }
+    }
+    return changes;
+}
+
+const ThisAndFuture* Series::Changes::rangeAt(sys_seconds originalStart) const {
+    const auto next = std::partition_point(ranges.begin(), ranges.end(),
+        [&](const ThisAndFuture& range) { return range.from() <= originalStart; });
+    return next == ranges.begin() ? nullptr : &*std::prev(next);
 }
 
 void Series::takeMasters(std::vector<EventComponent> masters) {
@@ -194,16 +237,66 @@ Occurrence Series::asOccurrence(const EventComponent& exception) const {
         exception.spanFrom(exception.start, exception.extent)};
 }
 
+bool Series::describesItsOwn(const EventComponent& exception) const {
+    const EventComponent* owner = masterOf(exception);
+    if (!exception.isThisAndFuture || !owner) {
+        return true;
+    }
+    const Changes& changes = changesOf(*owner);
+    const ThisAndFuture* range = changes.rangeAt(ThisAndFuture(*owner, exception).from());
+    const DateTime& named = *exception.recurrenceId;
+    return range && &range->exception() == &exception && !changes.excluded.contains(named) &&
+           !changes.replacedAlone.contains(named);
+}
+
 void Series::visitRecurrenceSet(
-    const EventComponent& master, sys_seconds from, sys_seconds until, const Visit& visit) const {
-    RecurrenceSet set(master, from, until, budget_);
+    const EventComponent& master, const Window& window, const Visit& visit) const {
+    const Changes& changes = changesOf(master);
+    RecurrenceSet set(master, window.from, window.until, budget_);
     while (const auto start = set.next()) {
-        const bool goesOn = visit({&master, &master, start->value, start->value.isDate(),
-            master.spanFrom(start->value, *start->extent)});
-        if (!goesOn) {
+        Occurrence occurrence{&master, &master, start->value, start->value.isDate(), {}};
+        if (const ThisAndFuture* range = changes.rangeAt(start->instant)) {
+            const auto moved = range->startOf(start->value);
+            if (!moved) {
+                continue;
+            }
+            const EventComponent& exception = range->exception();
+            occurrence.component = &exception;
+            occurrence.isAllDay = moved->isDate();
+            occurrence.span = exception.spanFrom(*moved, exception.extent);
+        } else {
+            occurrence.span = master.spanFrom(start->value, *start->extent);
+        }
+        if (!visit(occurrence)) {
             return;
         }
     }
+}
+
+Series::Window Series::windowOf(const EventComponent& master, Instant from, Instant until) const {
+    const sys_seconds first = std::chrono::floor<seconds>(from);
+    const sys_seconds last = std::chrono::ceil<seconds>(until);
+    const std::vector<ThisAndFuture>& ranges = changesOf(master).ranges;
+    Window window{first - longestSpan(master), last};
+    if (ranges.empty()) {
+        return window;
+    }
+    window.until = std::min(window.until, ranges.front().from());
+    if (window.until <= window.from) {
+        window = {ending, beginning};
+    }
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+        const ThisAndFuture& range = ranges[i];
+        const sys_seconds end = i + 1 < ranges.size() ? ranges[i + 1].from() : ending;
+        // A wall clock may be told in two zones, and a day stand for its hours.
+        constexpr seconds room = 2 * zoneRoom;
+        const sys_seconds begin = first - longestSpan(range.exception()) - range.shift() - room;
+        const Window own{std::max(begin, range.from()), std::min(last - range.shift() + room, end)};
+        if (own.from < own.until) {
+            window = {std::min(window.from, own.from), std::max(window.until, own.until)};
+        }
+    }
+    return window;
 }
 
 std::vector<Occurrence> Series::occurrencesIn(Instant from, Instant until) const {
@@ -212,20 +305,24 @@ std::vector<Occurrence> Series::occurrencesIn(Instant from, Instant until) const
         return found;
     }
     for (const EventComponent& master : masters_) {
-        visitRecurrenceSet(master, std::chrono::floor<seconds>(from) - longestSpan(master),
-            std::chrono::ceil<seconds>(until), [&](const Occurrence& occurrence) {
-                if (occurrence.span.start >= until || found.size() >= maximumOccurrences) {
-                    return false;
-                }
-                if (!isReplaced(occurrence) && isIn(occurrence.span, from, until)) {
-                    found.push_back(occurrence);
-                }
-                return true;
-            });
+        const Window window = windowOf(master, from, until);
+        if (window.until < window.from) {
+            continue;
+        }
+        visitRecurrenceSet(master, window, [&](const Occurrence& occurrence) {
+            if (occurrence.originalStart.instant() >= window.until ||
+                found.size() >= maximumOccurrences) {
+                return false;
+            }
+            if (isIn(occurrence.span, from, until) && !isReplaced(occurrence)) {
+                found.push_back(occurrence);
+            }
+            return true;
+        });
     }
     for (const EventComponent& exception : exceptions_) {
         const Occurrence occurrence = asOccurrence(exception);
-        if (isIn(occurrence.span, from, until)) {
+        if (isIn(occurrence.span, from, until) && describesItsOwn(exception)) {
             found.push_back(occurrence);
         }
     }
@@ -240,10 +337,13 @@ std::optional<Occurrence> Series::firstStanding() const {
         }
     };
     for (const EventComponent& exception : exceptions_) {
-        offer(asOccurrence(exception));
+        if (describesItsOwn(exception)) {
+            offer(asOccurrence(exception));
+        }
     }
     for (const EventComponent& master : masters_) {
-        visitRecurrenceSet(master, beginning, ending, [&](const Occurrence& occurrence) {
+        // One that is replaced has been offered already, and no later one comes before it.
+        visitRecurrenceSet(master, {beginning, ending}, [&](const Occurrence& occurrence) {
             if (!isReplaced(occurrence)) {
                 offer(occurrence);
             }
@@ -262,13 +362,14 @@ std::optional<Occurrence> Series::standingAt(sys_seconds originalStart) const {
         if (found) {
             break;
         }
-        visitRecurrenceSet(master, originalStart, originalStart, [&](const Occurrence& occurrence) {
-            const sys_seconds start = occurrence.originalStart.instant();
-            if (start == originalStart && !isReplaced(occurrence)) {
-                found = occurrence;
-            }
-            return start <= originalStart && !found;
-        });
+        visitRecurrenceSet(
+            master, {originalStart, originalStart}, [&](const Occurrence& occurrence) {
+                const sys_seconds start = occurrence.originalStart.instant();
+                if (start == originalStart && !isReplaced(occurrence)) {
+                    found = occurrence;
+                }
+                return start <= originalStart && !found;
+            });
     }
     return found;
 }
@@ -280,8 +381,10 @@ bool Series::recurs() const {
 }
 
 const EventComponent* Series::exceptionAt(sys_seconds originalStart) const {
-    const auto found = std::find_if(exceptions_.begin(), exceptions_.end(),
-        [&](const EventComponent& each) { return each.recurrenceId->instant() == originalStart; });
+    const auto found =
+        std::find_if(exceptions_.begin(), exceptions_.end(), [&](const EventComponent& each) {
+            return each.recurrenceId->instant() == originalStart && describesItsOwn(each);
+        });
     return found == exceptions_.end() ? nullptr : &*found;
 }
 

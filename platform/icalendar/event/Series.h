@@ -3,6 +3,7 @@
 #include "platform/CalendarStore.h"
 #include "platform/icalendar/event/EventComponent.h"
 #include "platform/icalendar/event/RecurrenceSet.h"
+#include "platform/icalendar/event/ThisAndFuture.h"
 #include "platform/icalendar/recurrence/WorkBudget.h"
 
 #include <chrono>
@@ -24,6 +25,11 @@ struct Occurrence {
     // A series of times may have added dates that are whole days.
     bool isAllDay;
     TimeSpan span;
+
+    // Whether its component is an exception that speaks of this one alone.
+    bool isException() const {
+        return component->recurrenceId && !(master && component->isThisAndFuture);
+    }
 };
 
 // The components of one UID: as a rule one event, its master, and the exceptions to it. Of masters
@@ -31,6 +37,10 @@ struct Occurrence {
 // Where masters with different starts stand, an exception belongs to the first whose recurrence set
 // has the occurrence that it names. An exception to nothing (somebody was invited to one
 // occurrence) stands for itself.
+//
+// Where an exception speaks of the later ones too, it describes every later occurrence that has no
+// exception of its own, up to the next such exception. Unlike other exceptions it describes its own
+// occurrence only as long as that is not excluded and has no other exception.
 class Series {
   public:
     static constexpr std::size_t maximumOccurrences = 100'000;
@@ -69,29 +79,53 @@ class Series {
     void findOwners();
     void findOwnersAmongSeveral();
 
+    // What describes a master's occurrences beside it.
+    struct Changes {
+        // The occurrences that have an exception.
+        StartSet replaced;
+        // In the order in which they hold; of those for one occurrence, the latest revision.
+        std::vector<ThisAndFuture> ranges;
+        // To know whether these describe their own occurrences; empty when there are none.
+        StartSet excluded;
+        StartSet replacedAlone;
+
+        // Null when the master does.
+        const ThisAndFuture* rangeAt(std::chrono::sys_seconds originalStart) const;
+    };
+    static Changes changesBy(
+        const std::vector<const EventComponent*>& exceptions, const EventComponent& master);
+
+    // The original starts of the occurrences that may touch a range of instants.
+    struct Window {
+        std::chrono::sys_seconds from;
+        std::chrono::sys_seconds until;
+    };
+    Window windowOf(const EventComponent& master, Instant from, Instant until) const;
+
     Occurrence asOccurrence(const EventComponent& exception) const;
+    bool describesItsOwn(const EventComponent& exception) const;
     const EventComponent* exceptionAt(std::chrono::sys_seconds originalStart) const;
     bool isReplaced(const Occurrence& occurrence) const {
-        return replacedOf(*occurrence.master).contains(occurrence.originalStart);
+        return changesOf(*occurrence.master).replaced.contains(occurrence.originalStart);
     }
-    const StartSet& replacedOf(const EventComponent& master) const {
-        return replaced_[static_cast<std::size_t>(&master - masters_.data())];
+    const Changes& changesOf(const EventComponent& master) const {
+        return changes_[static_cast<std::size_t>(&master - masters_.data())];
     }
 
     using Visit = std::function<bool(const Occurrence&)>;
-    // Visits the occurrences that the master itself describes and that are not excluded, those
-    // with exceptions too, ascending from `from` on, until told to stop by false. Those that start
-    // after `until` may be left out.
-    void visitRecurrenceSet(const EventComponent& master, std::chrono::sys_seconds from,
-        std::chrono::sys_seconds until, const Visit& visit) const;
+    // Visits the occurrences of the master's recurrence set that are not excluded, as they are
+    // without the exceptions that speak of one alone, in the order of original starts, until told
+    // to stop by false. Original starts before the window are left out, and those after may be.
+    void visitRecurrenceSet(
+        const EventComponent& master, const Window& window, const Visit& visit) const;
 
     std::vector<EventComponent> masters_;
     std::vector<EventComponent> superseded_;
     std::vector<EventComponent> exceptions_;
     // Of each exception.
     std::vector<const EventComponent*> owners_;
-    // Of each master: the occurrences that have an exception.
-    std::vector<StartSet> replaced_;
+    // Of each master.
+    std::vector<Changes> changes_;
     WorkBudget& budget_;
 };
 

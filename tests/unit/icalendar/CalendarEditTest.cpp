@@ -836,7 +836,8 @@ TEST(SeveralMasters, AreEachChangedAlone) {
         std::vector<std::string> lines;
         for (const FoundEvent& found :
             RangeQuery(at("2026-01-01T00:00:00Z"), at("2027-01-01T00:00:00Z")).eventsIn(changed)) {
-            lines.push_back(found.event.title.value_or("") + " " + test::written(found.event.start));
+            lines.push_back(
+                found.event.title.value_or("") + " " + test::written(found.event.start));
         }
         return sorted(std::move(lines));
     };
@@ -857,6 +858,60 @@ TEST(SeveralMasters, AreEachChangedAlone) {
     ASSERT_TRUE(weekly);
     EXPECT_EQ(seen(*weekly),
         (std::vector<std::string>{all[0], all[1], all[2], all[3], "b 2026-01-12T12:00:00Z"}));
+}
+
+// What speaks of later occurrences stays for them.
+TEST(ThisAndFuture, StaysForTheOthersWhenOneIsChanged) {
+    const std::string text = stream(
+        eventAt(
+            "20260105T100000Z", "DTEND:20260105T110000Z\nRRULE:FREQ=DAILY;COUNT=5\nSUMMARY:a\n") +
+        "BEGIN:VEVENT\nUID:e\nRECURRENCE-ID;RANGE=THISANDFUTURE:20260107T100000Z\nSUMMARY:b\n"
+        "DTSTART:20260107T120000Z\nDTEND:20260107T140000Z\nEND:VEVENT\n");
+    const auto seen = [](std::string_view changed) {
+        std::vector<std::string> lines;
+        for (const FoundEvent& found :
+            RangeQuery(at("2026-01-01T00:00:00Z"), at("2027-01-01T00:00:00Z")).eventsIn(changed)) {
+            lines.push_back(test::spanOf(found.event) + " " + found.event.title.value_or(""));
+        }
+        return sorted(std::move(lines));
+    };
+    const std::vector<std::string> all = seen(text);
+    ASSERT_EQ(all.size(), 5u);
+    ASSERT_EQ(all[4], "2026-01-09T12:00:00Z/2026-01-09T14:00:00Z b");
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const EventKey key{"e", at("2026-01-05T10:00:00Z") + std::chrono::days(i)};
+        std::vector<std::string> others = all;
+        others.erase(others.begin() + static_cast<std::ptrdiff_t>(i));
+
+        const auto without = streamWithout(text, key, now);
+        ASSERT_TRUE(without) << i;
+        EXPECT_EQ(seen(*without), others) << i;
+
+        const auto renamed = updatedStream(text, key, titled("new"), now);
+        ASSERT_TRUE(renamed) << i;
+        EXPECT_EQ(
+            seen(*renamed), sorted(joined(others, {all[i].substr(0, all[i].size() - 1) + "new"})))
+            << i;
+
+        EventChanges later = starting("2026-01-20T10:00:00Z");
+        later.end = at("2026-01-20T10:30:00Z");
+        const auto moved = updatedStream(*renamed, key, later, now);
+        ASSERT_TRUE(moved) << i;
+        EXPECT_EQ(
+            seen(*moved), sorted(joined(others, {"2026-01-20T10:00:00Z/2026-01-20T10:30:00Z new"})))
+            << i;
+        const auto gone = streamWithout(*moved, key, now);
+        ASSERT_TRUE(gone) << i;
+        EXPECT_EQ(seen(*gone), others) << i;
+    }
+    std::string rest = text;
+    for (std::size_t left = all.size(); left > 0; --left) {
+        ASSERT_EQ(seen(rest).size(), left);
+        const auto after = streamWithout(rest, keyOf(rest), now);
+        ASSERT_TRUE(after);
+        rest = *after;
+    }
+    EXPECT_EQ(rest, "");
 }
 
 // It would hide that one, or be hidden by it.
