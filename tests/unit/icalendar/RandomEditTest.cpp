@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
+#include <optional>
 #include <set>
 
 namespace quenbrook::platform::icalendar {
@@ -118,6 +120,91 @@ TEST_F(RandomEdits, ThatRemoveTakeOneOccurrence) {
         const auto after = streamWithout(text, one.key, now);
         ASSERT_TRUE(after);
         EXPECT_EQ(seenIn(*after), without(one, seenIn(text))) << *after;
+    });
+}
+
+// A change that cannot be made without another is refused, which must stay the exception.
+class RandomEditsOfOtherForms : public testing::Test {
+  protected:
+    using Edit = std::function<std::optional<std::string>(
+        const std::string& text, const FoundEvent& one, Occurrences& expected)>;
+
+    // Applies the edit to many occurrences and compares with what it expects; `expected` holds all
+    // the others when it is called.
+    void expectOf(const Edit& edit) {
+        constexpr std::array<const char*, 4> zones{
+            "UTC", "America/St_Johns", "Australia/Lord_Howe", "Europe/Berlin"};
+        test::RandomStreams streams(3213, test::RandomStreams::Variety::all);
+        std::size_t made = 0;
+        std::size_t refused = 0;
+        for (std::size_t round = 0; round < 600 && !HasFailure(); ++round) {
+            const support::ScopedTimeZone local(zones[round % zones.size()]);
+            const std::string text = streams.next();
+            const std::vector<FoundEvent> events = everything(text);
+            if (events.empty()) {
+                continue;
+            }
+            // An exception may lie outside of what is looked at.
+            const std::vector<FoundEvent> farEvents =
+                RangeQuery(at("2024-01-01T00:00:00Z"), at("2028-01-01T00:00:00Z")).eventsIn(text);
+            for (int i = 0; i < 3 && !HasFailure(); ++i) {
+                const auto place =
+                    static_cast<std::size_t>(streams.below(static_cast<int>(events.size())));
+                const FoundEvent& one = events[place];
+                // Two occurrences of one original start cannot be told apart.
+                if (std::count_if(farEvents.begin(), farEvents.end(), [&](const FoundEvent& each) {
+                        return each.key.uid == one.key.uid &&
+                               each.key.originalStart == one.key.originalStart;
+                    }) > 1) {
+                    continue;
+                }
+                Occurrences expected = without(one, seenIn(text));
+                const auto after = edit(text, one, expected);
+                ++(after ? made : refused);
+                if (after) {
+                    EXPECT_EQ(seenIn(*after), expected)
+                        << zones[round % zones.size()] << "\n"
+                        << text << "\n"
+                        << one.key.uid << " " << test::spanOf(one.event) << "\n"
+                        << *after;
+                }
+            }
+        }
+        EXPECT_GT(made, 500u);
+        EXPECT_LT(refused * 20, made) << refused;
+    }
+};
+
+TEST_F(RandomEditsOfOtherForms, ChangeTheTitleOfOneOccurrence) {
+    expectOf([](const std::string& text, const FoundEvent& one, Occurrences& expected) {
+        EventChanges changes;
+        changes.title = "new";
+        Event changed = one.event;
+        changed.title = "new";
+        expected.insert(described(one.key.uid, changed));
+        return updatedStream(text, one.key, changes, now);
+    });
+}
+
+TEST_F(RandomEditsOfOtherForms, MoveOneOccurrence) {
+    expectOf([](const std::string& text, const FoundEvent& one, Occurrences& expected) {
+        EventChanges changes;
+        changes.isAllDay = false;
+        changes.start = one.event.start + std::chrono::hours(1);
+        changes.end = one.event.end + std::chrono::hours(2);
+        Event moved = one.event;
+        moved.start = *changes.start;
+        moved.end = *changes.end;
+        if (moved.start < at("2026-12-01T00:00:00Z")) {
+            expected.insert(described(one.key.uid, moved));
+        }
+        return updatedStream(text, one.key, changes, now);
+    });
+}
+
+TEST_F(RandomEditsOfOtherForms, RemoveOneOccurrence) {
+    expectOf([](const std::string& text, const FoundEvent& one, Occurrences&) {
+        return streamWithout(text, one.key, now);
     });
 }
 

@@ -13,8 +13,14 @@ namespace quenbrook::test {
 // Streams of random events over a few years around 2026.
 class RandomStreams {
   public:
-    explicit RandomStreams(unsigned seed)
-        : random_(seed) {}
+    // What other programs write beside the plain forms: rules that exclude, whole days among times,
+    // exclusions and exceptions in other forms, exceptions that speak of all later occurrences,
+    // several masters of one UID.
+    enum class Variety { plain, all };
+
+    explicit RandomStreams(unsigned seed, Variety variety = Variety::plain)
+        : random_(seed)
+        , variety_(variety) {}
 
     int below(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
 
@@ -107,11 +113,12 @@ END:VTIMEZONE
         }
     }
 
-    std::string rule(const Form& like, std::chrono::sys_seconds start) {
+    std::string rule(
+        const Form& like, std::chrono::sys_seconds start, std::string_view name = "RRULE") {
         constexpr std::array<std::string_view, 5> rules{"FREQ=DAILY", "FREQ=WEEKLY;BYDAY=MO,SA",
             "FREQ=MONTHLY;BYMONTHDAY=-1,15", "FREQ=YEARLY", "FREQ=DAILY;INTERVAL=9;BYHOUR=1,23"};
-        std::string text =
-            "RRULE:" + std::string(rules[static_cast<std::size_t>(below(4 + !like.isDate))]);
+        std::string text = std::string(name) + ":" +
+                           std::string(rules[static_cast<std::size_t>(below(4 + !like.isDate))]);
         const auto until = start + std::chrono::minutes(15) * (below(200 * 24 * 4) - 500);
         switch (below(5)) {
         case 0:
@@ -148,13 +155,59 @@ END:VTIMEZONE
         if (below(8) == 0) {
             lines += "DTSTART" + value(form(), time()) + "\nDTEND" + value(form(), time()) + "\n";
         }
+        if (variety_ == Variety::all) {
+            lines += otherForms(like, start);
+        }
         std::string events = "BEGIN:VEVENT\n" + folded(lines) + "END:VEVENT\n";
+        if (variety_ == Variety::all) {
+            events += otherComponents(uid, like, start);
+        }
         if (below(3) == 0) {
             const Form& other = form();
             const auto moved = time();
             events += "BEGIN:VEVENT\nUID:" + uid + "\nRECURRENCE-ID" +
                       value(like, start + std::chrono::days(below(3))) + "\nDTSTART" +
                       value(other, moved) + "\n" + extent(other, moved) + "END:VEVENT\n";
+        }
+        return events;
+    }
+
+    std::string otherForms(const Form& like, std::chrono::sys_seconds start) {
+        constexpr Form day{";VALUE=DATE", "", true};
+        const auto soon = [&] { return start + std::chrono::days(below(6)); };
+        std::string lines = "SEQUENCE:" + std::to_string(below(3)) + "\n";
+        if (below(3) == 0) {
+            lines += rule(like, start, "EXRULE");
+        }
+        if (below(3) == 0) {
+            lines += "RDATE" + value(below(2) == 0 ? day : form(), soon()) + "\n";
+        }
+        if (below(3) == 0) {
+            lines += "EXDATE" + value(below(2) == 0 ? day : form(), soon()) + "\n";
+        }
+        return lines;
+    }
+
+    std::string otherComponents(
+        const std::string& uid, const Form& like, std::chrono::sys_seconds start) {
+        std::string events;
+        for (int i = below(4); i > 0; --i) {
+            const Form& id = below(3) == 0 ? form() : like;
+            const Form& other = below(3) == 0 ? form() : like;
+            const auto named = start + std::chrono::days(below(40));
+            const auto moved = named + std::chrono::minutes(15) * (below(10 * 24 * 4) - 300);
+            events += "BEGIN:VEVENT\nUID:" + uid + "\nSUMMARY:x" + std::to_string(i) +
+                      "\nRECURRENCE-ID" + (below(3) > 0 ? ";RANGE=THISANDFUTURE" : "") +
+                      value(id, named) + "\nDTSTART" + value(other, moved) + "\n" +
+                      extent(other, moved) + "END:VEVENT\n";
+        }
+        if (below(4) == 0) {
+            const Form& other = below(2) == 0 ? form() : like;
+            const auto begin = start + std::chrono::days(below(3));
+            events += "BEGIN:VEVENT\nUID:" + uid + "\nSUMMARY:second\nDTSTART" +
+                      value(other, begin) + "\n" + extent(other, begin) +
+                      (below(2) == 0 ? rule(other, begin) : "") + otherForms(other, begin) +
+                      "END:VEVENT\n";
         }
         return events;
     }
@@ -171,6 +224,7 @@ END:VTIMEZONE
     }
 
     std::mt19937 random_;
+    Variety variety_;
 };
 
 } // namespace quenbrook::test
