@@ -124,6 +124,7 @@ FileIdentity::FileIdentity(const struct stat& status)
 
 std::optional<std::string_view> FileReader::read(
     const Folder& folder, const FolderEntry& entry, std::size_t sizeLimit) {
+    endTurn();
     if (entry.kind != FolderEntry::Kind::file) {
         return std::nullopt;
     }
@@ -153,11 +154,25 @@ std::optional<std::string_view> FileReader::read(
     if (length < firstRead) {
         return std::string_view(buffer_.data(), length);
     }
+    takeTurn();
     buffer_.resize(length);
     if (!isRegular(file) || !readRest(file.get(), buffer_, sizeLimit)) {
         return std::nullopt;
     }
     return std::string_view(buffer_);
+}
+
+void FileReader::takeTurn() {
+    if (largeFiles_ != nullptr) {
+        turn_ = std::unique_lock(*largeFiles_);
+    }
+}
+
+void FileReader::endTurn() {
+    if (turn_.owns_lock()) {
+        std::string().swap(buffer_);
+        turn_.unlock();
+    }
 }
 
 std::optional<FileContent> readForChange(const Folder& folder, const std::string& name) {

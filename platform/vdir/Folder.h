@@ -2,6 +2,7 @@
 
 #include "platform/vdir/FileDescriptor.h"
 
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,7 +31,8 @@ class Folder {
 
     int descriptor() const { return descriptor_.get(); }
 
-    // Everything but names that begin with a dot, in no particular order. As much as can be read.
+    // Everything but names that begin with a dot, in no particular order. As much as can be read;
+    // errno tells why when that is nothing, and is not touched otherwise.
     std::vector<FolderEntry> entries() const;
 
     // Whether this process may add, replace and remove files.
@@ -62,6 +64,12 @@ struct FileIdentity {
 // Reads regular files, one after the other, into one buffer.
 class FileReader {
   public:
+    FileReader() = default;
+    // One of several readers at once. They take turns at files that do not come whole with one
+    // call: who has read one keeps `largeFiles`, which must outlive this, until the next call.
+    explicit FileReader(std::mutex* largeFiles)
+        : largeFiles_(largeFiles) {}
+
     // No calendar file that a person keeps is larger; one that is must not eat the memory.
     static constexpr std::size_t maximumSize = std::size_t{128} << 20;
 
@@ -71,6 +79,11 @@ class FileReader {
         const Folder& folder, const FolderEntry& entry, std::size_t sizeLimit = maximumSize);
 
   private:
+    void takeTurn();
+    void endTurn();
+
+    std::mutex* largeFiles_ = nullptr;
+    std::unique_lock<std::mutex> turn_;
     std::string buffer_;
 };
 

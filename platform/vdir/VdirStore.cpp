@@ -9,6 +9,9 @@
 #include "platform/vdir/StoreRoot.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <mutex>
+#include <span>
 #include <system_error>
 #include <tuple>
 
@@ -25,6 +28,9 @@ constexpr char identifierSeparator = ':';
 // How often a change is applied afresh because another program has changed the file. Some file
 // systems tell another identity each time, and the loop must end there too.
 constexpr int maximumAttempts = 100;
+
+// How many calendars are read together, each with a descriptor of its own.
+constexpr std::size_t foldersTogether = 64;
 
 struct VdirHandle : EventHandle {
     VdirHandle(std::string identifier, std::string name, icalendar::EventKey eventKey)
@@ -61,6 +67,11 @@ bool comesBefore(const Event& left, const Event& right) {
            std::tie(right.start, right.end, *right.identifier, handleOf(right).file);
 }
 
+bool names(std::span<const Calendar> calendars, const Calendar& wanted) {
+    return std::any_of(calendars.begin(), calendars.end(),
+        [&](const Calendar& each) { return each.identifier == wanted.identifier; });
+}
+
 // Whether this text, which comes from a request, can be part of a file's name and of nothing else.
 bool isPlainName(std::string_view text) {
     constexpr std::string_view allowed =
@@ -94,8 +105,9 @@ auto refusedOnSystemError(Write write) -> decltype(write()) {
 
 class VdirStore : public CalendarStore {
   public:
-    explicit VdirStore(std::optional<std::filesystem::path> root)
-        : path_(std::move(root)) {}
+    VdirStore(std::optional<std::filesystem::path> root, ReadingThreads threads)
+        : path_(std::move(root))
+        , threads_(threads) {}
 
     std::int64_t authorizationStatus() override {
         if (!path_) {
@@ -125,28 +137,29 @@ class VdirStore : public CalendarStore {
         Instant start, Instant end, std::optional<std::span<const Calendar>> wanted) override {
         std::vector<Event> found;
         const icalendar::RangeQuery query(start, end);
-        FileReader reader;
+        std::vector<OpenFolder> together;
+        const auto findInThese = [&] {
+            find(query, together, found);
+            together.clear();
+        };
         for (const CalendarFolder& folder : folders()) {
-            const auto isFolder = [&](const Calendar& each) {
-                return each.identifier == folder.calendar->identifier;
-            };
-            if (wanted && std::none_of(wanted->begin(), wanted->end(), isFolder)) {
+            if (wanted && !names(*wanted, *folder.calendar)) {
                 continue;
             }
-            const std::optional<Folder> opened = open(folder);
-            if (!opened) {
-                continue;
+            std::optional<OpenFolder> opened = openToRead(folder);
+            // There may be too many open files for one more.
+            if (!opened && !together.empty()) {
+                findInThese();
+                opened = openToRead(folder);
             }
-            for (const FolderEntry& file : eventFiles(*opened)) {
-                const auto text = reader.read(*opened, file);
-                if (!text) {
-                    continue;
-                }
-                for (icalendar::FoundEvent& event : query.eventsIn(*text)) {
-                    found.push_back(completed(std::move(event), folder, file.name));
-                }
+            if (opened) {
+                together.push_back(std::move(*opened));
+            }
+            if (together.size() == foldersTogether) {
+                findInThese();
             }
         }
+        findInThese();
         std::stable_sort(found.begin(), found.end(), comesBefore);
         return found;
     }
@@ -205,6 +218,13 @@ class VdirStore : public CalendarStore {
         std::string file;
     };
 
+    // A calendar whose files are about to be read.
+    struct OpenFolder {
+        const CalendarFolder* calendar;
+        Folder folder;
+        std::vector<FolderEntry> files;
+    };
+
     // Makes the root on the first run.
     const std::optional<Folder>& openRoot() {
         if (!root_ && path_) {
@@ -245,21 +265,50 @@ class VdirStore : public CalendarStore {
         return root_->openFolder(folder.path);
     }
 
-    static std::optional<SearchResult> searchIn(
-        const Folder& folder, const FolderEntry& file, std::string_view uid, FileReader& reader) {
-        const auto text = reader.read(folder, file);
-        auto event = text ? icalendar::findEvent(*text, uid) : std::nullopt;
-        return event ? std::optional(SearchResult{std::move(*event), file.name}) : std::nullopt;
+    // Nothing when it cannot be opened and listed, for want of descriptors even.
+    std::optional<OpenFolder> openToRead(const CalendarFolder& calendar) const {
+        std::optional<Folder> opened = open(calendar);
+        if (!opened) {
+            return std::nullopt;
+        }
+        errno = 0;
+        std::vector<FolderEntry> files = eventFiles(*opened);
+        if (errno == EMFILE || errno == ENFILE) {
+            return std::nullopt;
+        }
+        return OpenFolder{&calendar, std::move(*opened), std::move(files)};
+    }
+
+    // Appends what the query finds in these folders, in the order in which they were listed.
+    void find(const icalendar::RangeQuery& query, std::span<const OpenFolder> folders,
+        std::vector<Event>& found) const {
+        std::vector<FileToRead> files;
+        std::vector<const CalendarFolder*> calendars;
+        for (const OpenFolder& folder : folders) {
+            for (const FolderEntry& file : folder.files) {
+                files.push_back({&folder.folder, &file});
+                calendars.push_back(folder.calendar);
+            }
+        }
+        std::vector<std::vector<icalendar::FoundEvent>> events(files.size());
+        readFiles(files, threads_, [&](std::size_t index, std::string_view text) {
+            events[index] = query.eventsIn(text);
+            return true;
+        });
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            for (icalendar::FoundEvent& event : events[i]) {
+                found.push_back(completed(std::move(event), *calendars[i], files[i].entry->name));
+            }
+        }
     }
 
     // A file named after the UID, as nearly all are, is looked at before the folder is listed: a
     // listing of 10,000 names takes longer than all the rest.
-    static std::optional<SearchResult> search(const Folder& folder, std::string_view uid) {
-        FileReader reader;
+    std::optional<SearchResult> search(const Folder& folder, std::string_view uid) const {
         if (isPlainName(uid)) {
-            const FolderEntry likely{
-                std::string(uid) + std::string(eventSuffix), FolderEntry::Kind::file, true};
-            if (auto found = searchIn(folder, likely, uid, reader)) {
+            const std::vector<FolderEntry> likely = {
+                {std::string(uid) + std::string(eventSuffix), FolderEntry::Kind::file, true}};
+            if (auto found = searchIn(folder, likely, uid)) {
                 return found;
             }
         }
@@ -268,12 +317,31 @@ class VdirStore : public CalendarStore {
             files.begin(), files.end(), [](const FolderEntry& left, const FolderEntry& right) {
                 return left.name < right.name;
             });
-        for (const FolderEntry& file : files) {
-            if (auto found = searchIn(folder, file, uid, reader)) {
-                return found;
-            }
+        return searchIn(folder, files, uid);
+    }
+
+    // What the first of the files has that has it.
+    std::optional<SearchResult> searchIn(
+        const Folder& folder, std::span<const FolderEntry> entries, std::string_view uid) const {
+        std::vector<FileToRead> files;
+        files.reserve(entries.size());
+        for (const FolderEntry& entry : entries) {
+            files.push_back({&folder, &entry});
         }
-        return std::nullopt;
+        std::mutex finding;
+        std::size_t first = files.size();
+        std::optional<icalendar::FoundEvent> found;
+        readFiles(files, threads_, [&](std::size_t index, std::string_view text) {
+            auto event = icalendar::findEvent(text, uid);
+            const std::lock_guard lock(finding);
+            if (event && index < first) {
+                first = index;
+                found = std::move(event);
+            }
+            return index < first;
+        });
+        return found ? std::optional(SearchResult{std::move(*found), entries[first].name})
+                     : std::nullopt;
     }
 
     // Applies a change to the event's file as it is under the lock, afresh when another program
@@ -309,7 +377,7 @@ class VdirStore : public CalendarStore {
     };
 
     // The event may have moved to another file since it was read.
-    static std::optional<CurrentFile> currentFile(const Folder& folder, const VdirHandle& handle) {
+    std::optional<CurrentFile> currentFile(const Folder& folder, const VdirHandle& handle) const {
         auto content = readForChange(folder, handle.file);
         if (content && icalendar::findEvent(content->text, handle.key.uid)) {
             return CurrentFile{handle.file, std::move(*content)};
@@ -327,14 +395,16 @@ class VdirStore : public CalendarStore {
     }
 
     std::optional<std::filesystem::path> path_;
+    ReadingThreads threads_;
     std::optional<Folder> root_;
     std::optional<std::vector<CalendarFolder>> folders_;
 };
 
 } // namespace
 
-std::unique_ptr<CalendarStore> openVdirStore(std::optional<std::filesystem::path> root) {
-    return std::make_unique<VdirStore>(std::move(root));
+std::unique_ptr<CalendarStore> openVdirStore(
+    std::optional<std::filesystem::path> root, ReadingThreads threads) {
+    return std::make_unique<VdirStore>(std::move(root), threads);
 }
 
 } // namespace quenbrook::platform::vdir

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/CalendarStore.h"
+#include "platform/vdir/FileReading.h"
 
 #include <filesystem>
 #include <memory>
@@ -10,7 +11,9 @@ namespace quenbrook::platform::vdir {
 
 // The store over folders of iCalendar files, one for each calendar, as other calendar programs keep
 // and synchronise them. Without a root there is no home, and no access. Nothing is touched before
-// the first operation; the calendars are listed once, by the first operation that needs them.
-std::unique_ptr<CalendarStore> openVdirStore(std::optional<std::filesystem::path> root);
+// the first operation; the calendars are listed once, by the first operation that needs them. What
+// is found does not depend on the number of threads.
+std::unique_ptr<CalendarStore> openVdirStore(
+    std::optional<std::filesystem::path> root, ReadingThreads threads = {});
 
 } // namespace quenbrook::platform::vdir
