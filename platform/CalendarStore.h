@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 // What the program asks of the platform's calendar store, and the values that cross that line.
@@ -172,6 +173,16 @@ class CalendarStore {
     // nothing.
     virtual std::vector<Event> events(
         Instant start, Instant end, std::optional<std::span<const Calendar>> calendars) = 0;
+
+    // Hands the same events over in the same order, one by one, so that they need not all be in
+    // memory at once. What `take` throws passes through.
+    virtual void forEachEvent(Instant start, Instant end,
+        std::optional<std::span<const Calendar>> calendars,
+        const std::function<void(Event)>& take) {
+        for (Event& event : events(start, end, calendars)) {
+            take(std::move(event));
+        }
+    }
 
     // The event with this identifier; of a series, its first occurrence that still stands.
     virtual std::optional<Event> event(std::string_view identifier) = 0;

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 // The writing side of records (JsonRecord.h): compact JSON, the members of every object in
 // ascending order of their names, appended straight to one buffer.
@@ -49,17 +50,22 @@ template <class T>
 void appendJson(std::string& out, const T& value);
 
 template <JsonRecord Record, std::size_t Index>
+void appendJsonName(std::string& out) {
+    constexpr auto& start = memberStart<Record, Index>;
+    out.append(start.data(), start.size());
+}
+
+template <JsonRecord Record, std::size_t Index>
 void appendJsonMember(std::string& out, const Record& record) {
     const auto& value = record.*std::get<Index>(recordFields<Record>).member;
-    constexpr auto& start = memberStart<Record, Index>;
     if constexpr (isOptional<std::remove_cvref_t<decltype(value)>>) {
         if (!value) {
             return;
         }
-        out.append(start.data(), start.size());
+        appendJsonName<Record, Index>(out);
         appendJson(out, *value);
     } else {
-        out.append(start.data(), start.size());
+        appendJsonName<Record, Index>(out);
         appendJson(out, value);
     }
     out.push_back(',');
@@ -90,6 +96,52 @@ void appendJson(std::string& out, const T& value) {
         closeJson(out, '}');
     }
 }
+
+// Encodes a record of one list, which it is given element by element. Grows piece by piece, for a
+// text of hundreds of megabytes that is moved on growing takes twice its memory.
+template <JsonRecord Record>
+requires(fieldCount<Record> == 1) class JsonListWriter {
+  public:
+    JsonListWriter() {
+        last().push_back('{');
+        appendJsonName<Record, 0>(last());
+        last().push_back('[');
+    }
+
+    template <class Element>
+    void append(const Element& element) {
+        if (last().size() >= pieceSize) {
+            pieces_.emplace_back().reserve(pieceSize + pieceSize / 8);
+        }
+        appendJson(last(), element);
+        last().push_back(',');
+    }
+
+    // The whole, with room for one more character. Nothing is left here.
+    std::string take() {
+        closeJson(last(), ']');
+        last().push_back('}');
+        std::size_t size = 1;
+        for (const std::string& piece : pieces_) {
+            size += piece.size();
+        }
+        std::string whole;
+        whole.reserve(size);
+        for (std::string& piece : pieces_) {
+            whole += std::exchange(piece, {});
+        }
+        pieces_.clear();
+        return whole;
+    }
+
+  private:
+    // Large enough for the allocator to give each back to the system.
+    static constexpr std::size_t pieceSize = std::size_t{1} << 20;
+
+    std::string& last() { return pieces_.back(); }
+
+    std::vector<std::string> pieces_{1};
+};
 
 template <JsonRecord Record>
 std::string encodeJson(const Record& record) {

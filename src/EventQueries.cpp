@@ -25,8 +25,9 @@ std::vector<platform::Calendar> knownCalendars(
 
 } // namespace
 
-std::vector<EventInfoDTO> EventStoreClient::listEvents(std::string_view startISO,
-    std::string_view endISO, const std::optional<std::vector<std::string>>& calendarIds) {
+void EventStoreClient::listEvents(std::string_view startISO, std::string_view endISO,
+    const std::optional<std::vector<std::string>>& calendarIds,
+    const std::function<void(const EventInfoDTO&)>& take) {
     const platform::Instant start = parseISO8601(startISO);
     const platform::Instant end = parseISO8601(endISO);
 
@@ -35,15 +36,9 @@ std::vector<EventInfoDTO> EventStoreClient::listEvents(std::string_view startISO
     if (!calendars.empty()) {
         filter = calendars;
     }
-    std::vector<platform::Event> events = store_->events(start, end, filter);
-
-    std::vector<EventInfoDTO> snapshots;
-    snapshots.reserve(events.size());
     NotesCategories categories;
-    for (platform::Event& event : events) {
-        snapshots.push_back(mapEvent(std::move(event), categories));
-    }
-    return snapshots;
+    store_->forEachEvent(start, end, filter,
+        [&](platform::Event event) { take(mapEvent(std::move(event), categories)); });
 }
 
 GetEventResponse EventStoreClient::getEvent(const GetEventRequest& request) {

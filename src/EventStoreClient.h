@@ -3,6 +3,7 @@
 #include "platform/CalendarStore.h"
 #include "src/DTOs.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,9 +28,10 @@ class EventStoreClient {
 
     // The events of a range, in the store's order. Identifiers that the store does not know are
     // passed over; when it knows none of them, or none is given, every calendar is searched.
-    // Throws invalidDate.
-    std::vector<EventInfoDTO> listEvents(std::string_view startISO, std::string_view endISO,
-        const std::optional<std::vector<std::string>>& calendarIds);
+    // Each is handed to `take` as soon as it is mapped. Throws invalidDate, and what `take` throws.
+    void listEvents(std::string_view startISO, std::string_view endISO,
+        const std::optional<std::vector<std::string>>& calendarIds,
+        const std::function<void(const EventInfoDTO&)>& take);
 
     // Saves a new event and answers with what the store then holds. Throws calendarNotFound,
     // readOnlyCalendar, invalidJSON, invalidDate, eventStoreSaveFailed. An alarm that does not fit

@@ -15,8 +15,10 @@ void listCalendars(EventStoreClient& client, std::string_view, const Streams& st
 
 void listEvents(EventStoreClient& client, std::string_view input, const Streams& streams) {
     const auto request = decodeStdin<ListEventsRequest>(input);
-    writeJSON(streams, ListEventsResponse{client.listEvents(
-                           request.startISO, request.endISO, request.calendarIds)});
+    platform::JsonListWriter<ListEventsResponse> answer;
+    client.listEvents(request.startISO, request.endISO, request.calendarIds,
+        [&](const EventInfoDTO& event) { encoding([&] { answer.append(event); }); });
+    streams.writeOutput(lineOf([&] { return answer.take(); }));
 }
 
 template <class Request, auto operation>

@@ -11,19 +11,27 @@
 
 namespace quenbrook {
 
-// What `encode` gives, as one line. The only way for encoding to fail is for want of memory; throws
-// unknown then.
+// Calls `encode`, which encodes something of an answer. The only way for that to fail is for want
+// of memory; throws unknown then.
 template <std::invocable Encode>
-std::string lineOf(const Encode& encode) {
+auto encoding(const Encode& encode) {
     try {
-        std::string line = encode();
-        line.push_back('\n');
-        return line;
+        return encode();
     } catch (const std::bad_alloc&) {
         throw QuenbrookError(ErrorCase::unknown, "JSON encode failed: not enough memory");
     } catch (const std::length_error&) {
         throw QuenbrookError(ErrorCase::unknown, "JSON encode failed: the answer is too long");
     }
+}
+
+// What `encode` gives, as one line.
+template <std::invocable Encode>
+std::string lineOf(const Encode& encode) {
+    return encoding([&encode] {
+        std::string line = encode();
+        line.push_back('\n');
+        return line;
+    });
 }
 
 // A record as one line of compact JSON with sorted keys, ended by a line feed.

@@ -17,12 +17,13 @@ DayRange daysAround(Instant from, Instant until) {
         std::chrono::floor<std::chrono::days>(until) + zoneRoom};
 }
 
+std::optional<std::chrono::sys_seconds> originalStartOf(
+    const Series& series, const Occurrence& occurrence) {
+    return series.recurs() ? std::optional(occurrence.originalStart.instant()) : std::nullopt;
+}
+
 FoundEvent found(const Series& series, const Occurrence& occurrence) {
-    FoundEvent event{{occurrence.component->uid, std::nullopt}, eventOf(occurrence)};
-    if (series.recurs()) {
-        event.key.originalStart = occurrence.originalStart.instant();
-    }
-    return event;
+    return {{occurrence.component->uid, originalStartOf(series, occurrence)}, eventOf(occurrence)};
 }
 
 // What all the occurrences that one file yields may take: an event of megabytes can recur for ever.
@@ -67,8 +68,8 @@ RangeQuery::RangeQuery(Instant from, Instant until)
     : from_(from)
     , until_(until) {}
 
-std::vector<FoundEvent> RangeQuery::eventsIn(std::string_view text) const {
-    std::vector<FoundEvent> events;
+std::vector<FoundOccurrence> RangeQuery::occurrencesIn(std::string_view text) const {
+    std::vector<FoundOccurrence> occurrences;
     CalendarStream stream(text);
     std::size_t size = 0;
     for (const Summaries& group : candidates(stream.outline(), daysAround(from_, until_))) {
@@ -76,14 +77,32 @@ std::vector<FoundEvent> RangeQuery::eventsIn(std::string_view text) const {
         if (!series) {
             continue;
         }
+        std::shared_ptr<FoundEvent> event;
+        const EventComponent* described = nullptr;
         for (const Occurrence& occurrence : series->occurrencesIn(from_, until_)) {
-            events.push_back(found(*series, occurrence));
-            size += sizeOf(occurrence, events.back().event);
+            if (occurrence.component != described || occurrence.isAllDay != event->event.isAllDay) {
+                event = std::make_shared<FoundEvent>(found(*series, occurrence));
+                described = occurrence.component;
+            }
+            occurrences.push_back({event, originalStartOf(*series, occurrence),
+                occurrence.span.start, occurrence.span.end});
+            size += sizeOf(occurrence, event->event);
             // One of each is found in any case.
             if (size > maximumSize) {
                 break;
             }
         }
+    }
+    return occurrences;
+}
+
+std::vector<FoundEvent> RangeQuery::eventsIn(std::string_view text) const {
+    std::vector<FoundEvent> events;
+    for (const FoundOccurrence& occurrence : occurrencesIn(text)) {
+        FoundEvent& event = events.emplace_back(*occurrence.event);
+        event.key.originalStart = occurrence.originalStart;
+        event.event.start = occurrence.start;
+        event.event.end = occurrence.end;
     }
     return events;
 }

@@ -3,6 +3,7 @@
 #include "platform/CalendarStore.h"
 
 #include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -33,6 +34,17 @@ struct FoundEvent {
     Event event;
 };
 
+// One of the occurrences that a component describes: the event, and what this occurrence has of its
+// own.
+struct FoundOccurrence {
+    // Shared by the occurrences next to each other that are alike but for what follows; its times
+    // are those of the first.
+    std::shared_ptr<FoundEvent> event;
+    std::optional<std::chrono::sys_seconds> originalStart;
+    Instant start;
+    Instant end;
+};
+
 // The occurrences of a range, asked of many files. Files and events whose dates lie elsewhere are
 // not parsed, so that asking all files of a calendar is cheap.
 class RangeQuery {
@@ -41,7 +53,9 @@ class RangeQuery {
     // or has no length and starts in between.
     RangeQuery(Instant from, Instant until);
 
-    // In no particular order; every occurrence of a series is an event of its own.
+    // In no particular order.
+    std::vector<FoundOccurrence> occurrencesIn(std::string_view text) const;
+    // The same; every occurrence of a series is an event of its own.
     std::vector<FoundEvent> eventsIn(std::string_view text) const;
 
   private:

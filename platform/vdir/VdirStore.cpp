@@ -18,6 +18,8 @@
 namespace quenbrook::platform::vdir {
 namespace {
 
+using icalendar::FoundOccurrence;
+
 constexpr std::int64_t restricted = 1;
 constexpr std::int64_t denied = 2;
 constexpr std::int64_t fullAccess = 3;
@@ -51,20 +53,39 @@ Instant now() {
     return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
 }
 
+// Gives an event that was found what only its place tells.
+void complete(icalendar::FoundEvent& found, const CalendarFolder& folder, const std::string& file) {
+    found.event.identifier = folder.calendar->identifier + identifierSeparator + found.key.uid;
+    found.event.calendar = folder.calendar;
+    found.event.handle =
+        std::make_shared<const VdirHandle>(folder.calendar->identifier, file, found.key);
+}
+
 Event completed(
     icalendar::FoundEvent found, const CalendarFolder& folder, const std::string& file) {
-    Event event = std::move(found.event);
-    event.identifier = folder.calendar->identifier + identifierSeparator + found.key.uid;
-    event.calendar = folder.calendar;
-    event.handle =
-        std::make_shared<const VdirHandle>(folder.calendar->identifier, file, std::move(found.key));
+    complete(found, folder, file);
+    return std::move(found.event);
+}
+
+// One occurrence of a completed event.
+Event eventOf(const FoundOccurrence& occurrence) {
+    Event event = occurrence.event->event;
+    event.start = occurrence.start;
+    event.end = occurrence.end;
+    const VdirHandle& handle = handleOf(event);
+    if (handle.key.originalStart != occurrence.originalStart) {
+        event.handle = std::make_shared<const VdirHandle>(handle.calendar, handle.file,
+            icalendar::EventKey{handle.key.uid, occurrence.originalStart});
+    }
     return event;
 }
 
 // By start, end and identifier; what is alike in these by file, so that the order never changes.
-bool comesBefore(const Event& left, const Event& right) {
-    return std::tie(left.start, left.end, *left.identifier, handleOf(left).file) <
-           std::tie(right.start, right.end, *right.identifier, handleOf(right).file);
+bool comesBefore(const FoundOccurrence& left, const FoundOccurrence& right) {
+    const Event& leftEvent = left.event->event;
+    const Event& rightEvent = right.event->event;
+    return std::tie(left.start, left.end, *leftEvent.identifier, handleOf(leftEvent).file) <
+           std::tie(right.start, right.end, *rightEvent.identifier, handleOf(rightEvent).file);
 }
 
 bool names(std::span<const Calendar> calendars, const Calendar& wanted) {
@@ -135,7 +156,14 @@ class VdirStore : public CalendarStore {
 
     std::vector<Event> events(
         Instant start, Instant end, std::optional<std::span<const Calendar>> wanted) override {
-        std::vector<Event> found;
+        std::vector<Event> all;
+        forEachEvent(start, end, wanted, [&](Event event) { all.push_back(std::move(event)); });
+        return all;
+    }
+
+    void forEachEvent(Instant start, Instant end, std::optional<std::span<const Calendar>> wanted,
+        const std::function<void(Event)>& take) override {
+        std::vector<FoundOccurrence> found;
         const icalendar::RangeQuery query(start, end);
         std::vector<OpenFolder> together;
         const auto findInThese = [&] {
@@ -161,7 +189,10 @@ class VdirStore : public CalendarStore {
         }
         findInThese();
         std::stable_sort(found.begin(), found.end(), comesBefore);
-        return found;
+        for (FoundOccurrence& occurrence : found) {
+            take(eventOf(occurrence));
+            occurrence.event.reset();
+        }
     }
 
     std::optional<Event> event(std::string_view identifier) override {
@@ -281,7 +312,7 @@ class VdirStore : public CalendarStore {
 
     // Appends what the query finds in these folders, in the order in which they were listed.
     void find(const icalendar::RangeQuery& query, std::span<const OpenFolder> folders,
-        std::vector<Event>& found) const {
+        std::vector<FoundOccurrence>& found) const {
         std::vector<FileToRead> files;
         std::vector<const CalendarFolder*> calendars;
         for (const OpenFolder& folder : folders) {
@@ -290,14 +321,18 @@ class VdirStore : public CalendarStore {
                 calendars.push_back(folder.calendar);
             }
         }
-        std::vector<std::vector<icalendar::FoundEvent>> events(files.size());
+        std::vector<std::vector<FoundOccurrence>> occurrences(files.size());
         readFiles(files, threads_, [&](std::size_t index, std::string_view text) {
-            events[index] = query.eventsIn(text);
+            occurrences[index] = query.occurrencesIn(text);
             return true;
         });
         for (std::size_t i = 0; i < files.size(); ++i) {
-            for (icalendar::FoundEvent& event : events[i]) {
-                found.push_back(completed(std::move(event), *calendars[i], files[i].entry->name));
+            for (FoundOccurrence& occurrence : occurrences[i]) {
+                icalendar::FoundEvent& event = *occurrence.event;
+                if (!event.event.identifier) {
+                    complete(event, *calendars[i], files[i].entry->name);
+                }
+                found.push_back(std::move(occurrence));
             }
         }
     }

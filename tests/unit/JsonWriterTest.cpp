@@ -27,6 +27,10 @@ struct WrittenOuter {
     std::int64_t number2 = 0;
 };
 
+struct WrittenList {
+    std::vector<WrittenInner> inners;
+};
+
 template <>
 inline constexpr auto platform::recordFields<WrittenInner> =
     std::tuple{platform::field("z", &WrittenInner::z), platform::field("a", &WrittenInner::a)};
@@ -39,6 +43,10 @@ inline constexpr auto platform::recordFields<WrittenOuter> = std::tuple{
     platform::field("inner", &WrittenOuter::inner), platform::field("Upper", &WrittenOuter::Upper),
     platform::field("number10", &WrittenOuter::number10),
     platform::field("number2", &WrittenOuter::number2)};
+
+template <>
+inline constexpr auto platform::recordFields<WrittenList> =
+    std::tuple{platform::field("inners", &WrittenList::inners)};
 
 namespace {
 
@@ -117,6 +125,18 @@ TEST(JsonWriter, FindsAnEscapeAtEveryPlace) {
                 ASSERT_EQ(written(text), expected) << length << ' ' << place;
             }
         }
+    }
+}
+
+TEST(JsonListWriter, WritesWhatTheWholeRecordIsWrittenAs) {
+    for (const std::size_t count : {0U, 1U, 2U, 500'000U}) {
+        WrittenList list;
+        platform::JsonListWriter<WrittenList> writer;
+        for (std::size_t i = 0; i < count; ++i) {
+            list.inners.push_back({static_cast<std::int64_t>(i), true});
+            writer.append(list.inners.back());
+        }
+        EXPECT_EQ(writer.take(), encodeJson(list)) << count;
     }
 }
 
