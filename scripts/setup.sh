@@ -39,7 +39,7 @@ packages() {
     local needed debian homebrew
     while read -r needed debian homebrew; do
         case $needed:$command in
-        run:* | test:test | test:bench | test:ci | ci:ci) ;;
+        run:* | test:test | test:bench | test:ci | ci:ci | bench:bench) ;;
         *) continue ;;
         esac
         if [ "$1" = 1 ]; then echo "$debian"; else echo "$homebrew"; fi
@@ -92,7 +92,7 @@ build() {
     local preset=$1 folder=$root/build/$1 options=()
     shift
     # Instrumented code makes GCC warn of what is not there, in its own headers even.
-    if [ "$command" = ci ] && [ "$preset" != asan-ubsan ]; then
+    if [ "$command" = ci ] && [ "$preset" != asan-ubsan ] && [ "$preset" != tsan ]; then
         options=(-DQUENBROOK_WERROR=ON)
     fi
     # A folder that was moved along with the tree, or set up by other presets, is configured afresh:
@@ -131,6 +131,7 @@ ci)
     build release --target quenbrook
     build dev
     build asan-ubsan
+    build tsan --target quenbrook vdir_unit_tests contract_vdir
     ;;
 esac
 exit 0

@@ -1,4 +1,4 @@
-"""Many files, which are read by several threads: what these may take, and what the system may refuse them."""
+"""Many files, which are read by several threads, and what the system may refuse these."""
 
 import resource
 import subprocess
@@ -9,12 +9,9 @@ from quenbrook import QuenbrookTest, event
 START = "DTSTART:20260105T100000Z"
 
 
-def limited(*limits):
-    """What sets these limits before the program starts."""
-    def limit():
-        for what, most in limits:
-            resource.setrlimit(what, (most, most))
-    return limit
+def limited(what, most):
+    """What sets this limit before the program starts."""
+    return lambda: resource.setrlimit(what, (most, most))
 
 
 class ManyFiles(QuenbrookTest):
@@ -23,7 +20,7 @@ class ManyFiles(QuenbrookTest):
             self.put(calendar, f"{number}.ics", [event(START, uid=f"{calendar}-{number:05}")])
 
     def listed(self, run=None, **options):
-        """All of the answer of a run that is given every chance, or fewer."""
+        """The very bytes of the answer."""
         result = (run or self.run_program)("list-events", request={
             "startISO": "2026-01-01T00:00:00Z", "endISO": "2027-01-01T00:00:00Z"}, **options)
         self.assertEqual((result.status, result.err), (0, b""))
@@ -49,7 +46,7 @@ class ManyFiles(QuenbrookTest):
     def test_does_without_threads_that_cannot_be_started(self):
         self.put_many()
         expected = self.listed()
-        no_threads = limited((resource.RLIMIT_NPROC, 1))
+        no_threads = limited(resource.RLIMIT_NPROC, 1)
         self.assertEqual(self.listed(self.as_another_user, preexec_fn=no_threads), expected)
         control = ("import threading\n"
                    "try:\n    threading.Thread(target=print).start()\n"
@@ -66,26 +63,7 @@ class ManyFiles(QuenbrookTest):
         for most in (7, 8, 12, 30, 70):
             with self.subTest(most):
                 self.assertEqual(self.listed(
-                    preexec_fn=limited((resource.RLIMIT_NOFILE, most))), expected)
-
-    def test_reads_large_files_within_the_memory_that_one_takes(self):
-        dates = ",".join(["20260105T100000Z"] * 2_000_000)
-        for number in range(10):
-            self.put("work", f"x{number}.ics", [event(START, f"RDATE:{dates}", uid=f"x{number}")])
-        self.put_many()
-        expected = self.listed()
-        self.assertEqual(self.listed(
-            preexec_fn=limited((resource.RLIMIT_AS, 768 << 20))), expected)
-
-    def test_ends_with_an_error_when_the_memory_does_not_do(self):
-        self.put_many()
-        self.put("work", "x.ics", [
-            event(START, "RRULE:FREQ=SECONDLY", "DESCRIPTION:" + "x" * 50_000_000, uid="x")])
-        self.assertError(
-            self.run_program("list-events", request={
-                "startISO": "2026-01-01T00:00:00Z", "endISO": "2027-01-01T00:00:00Z"},
-                preexec_fn=limited((resource.RLIMIT_AS, 400 << 20))),
-            "UNKNOWN", "Quenbrook encountered an unexpected error")
+                    preexec_fn=limited(resource.RLIMIT_NOFILE, most)), expected)
 
 
 if __name__ == "__main__":
