@@ -12,11 +12,16 @@ from generate import generate, uid
 
 ROUNDS = 5
 BUILD = pathlib.Path(sys.argv[1]).resolve()
-SIZES = [int(size) for size in sys.argv[2:]] or [1_000, 10_000, 100_000]
+SIZES = [int(size) for size in sys.argv[2:]] or [100, 1_000, 10_000, 100_000]
+# What khal and calcurse read takes them minutes to take in beyond this.
+LARGEST_FOR_PEERS = 10_000
 DATA = BUILD / "data"
 PROGRAM = BUILD / "src" / "quenbrook"
+DROP_CACHES = pathlib.Path("/proc/sys/vm/drop_caches")
 MONTH = {"startISO": "2026-03-01T00:00:00Z", "endISO": "2026-04-01T00:00:00Z"}
 CALENDAR = "account/calendar"
+# The milliseconds of what is drawn: by what was run and how (warm or cold), then by size.
+RESULTS = {}
 
 
 def tool(name):
@@ -54,6 +59,34 @@ def measure(count, *jobs):
                 [tool("bench_measure"), str(count), listed, *command], check=True,
                 stdout=subprocess.PIPE, env={**os.environ, **environment})
             samples[job].append([int(value) for value in result.stdout.split()])
+    return [Times(sample) for sample in samples]
+
+
+def can_drop_caches():
+    try:
+        DROP_CACHES.write_text("3")
+        return True
+    except OSError as error:
+        print(f"no cold runs: {error} (they need root)")
+        return False
+
+
+def measure_cold(warm_up, *jobs):
+    """The same, each run alone and after the system has forgotten all files but the programs."""
+    samples = [[] for _ in jobs]
+    listed = DATA / "requests"
+    for _ in range(ROUNDS):
+        for number, (requests, command, environment) in enumerate(jobs):
+            listed.write_text(requests[0] + "\n")
+            os.sync()
+            DROP_CACHES.write_text("3")
+            listed.read_bytes()
+            for program in [tool("bench_measure"), *warm_up]:
+                pathlib.Path(program).read_bytes()
+            result = subprocess.run(
+                [tool("bench_measure"), "1", listed, *command], check=True,
+                stdout=subprocess.PIPE, env={**os.environ, **environment})
+            samples[number].append([int(value) for value in result.stdout.split()])
     return [Times(sample) for sample in samples]
 
 
@@ -104,24 +137,84 @@ def start_up():
                  f"{libraries(PROGRAM)}, not {libraries(tool('bench_empty'))}")
     empty, listing = measure(100, job(tool("bench_empty")), program(SIZES[0], "list-calendars"))
     report("an empty program with the same libraries", empty)
-    report("list-calendars", listing, empty, 2)
+    report("list-calendars", listing, empty, 1.3)
+    rows = [("an empty program", empty), ("list-calendars", listing)]
+    for name in ("calcurse", "khal"):
+        if shutil.which(name):
+            (version,) = measure(3, job(shutil.which(name), "--version"))
+            report(f"{name} --version", version)
+            rows.append((f"{name} --version", version))
+    (DATA / "start-up.dat").write_text("".join(
+        f'{number} "{name}" {times.milliseconds:.3f}\n' for number, (name, times) in enumerate(rows)))
 
 
-def reading(size, count):
+def threads(size):
+    """As many as the program reads with."""
+    return max(1, min(32, size // 64))
+
+
+def bare_reading(size, count):
+    return job(tool("bench_read_all"), folder(size), str(count))
+
+
+def note(what, kind, size, times):
+    RESULTS.setdefault((what, kind), {})[size] = times.milliseconds
+
+
+def reading(size, count, cold):
     print(f"-- {size} events")
-    read, month, calendars, one = measure(
-        count, job(tool("bench_read_all"), folder(size)), program(size, "list-events", MONTH),
+    read, crowd, month, calendars, one = measure(
+        count, bare_reading(size, 1), bare_reading(size, threads(size)),
+        program(size, "list-events", MONTH),
         program(size, "list-calendars"),
         program(size, "get-event",
                 {"calendarId": CALENDAR, "eventId": f"{CALENDAR}:{uid(size // 2)}"}))
-    report("reading every file", read)
-    report("list-events of one month", month, read, 1.5)
+    report("reading every file, 1 thread", read)
+    report(f"reading every file, {threads(size)} threads", crowd)
+    report("list-events of one month", month, read, 1.2 if size < 10_000 else 0.8)
+    report("  to as many threads", month, crowd, 1.35)
     report("list-calendars", calendars)
     report("get-event by identifier", one, calendars, 2)
-    (everything,) = measure(2, program(size, "list-events", {
-        "startISO": "2020-01-01T00:00:00Z", "endISO": "2030-01-01T00:00:00Z"}))
-    report("list-events of ten years", everything)
+    note("list-events", "warm", size, month)
+    note("reading alone", "warm", size, read)
+    if cold:
+        read, crowd, one_month = measure_cold(
+            [tool("bench_read_all"), PROGRAM], bare_reading(size, 1),
+            bare_reading(size, threads(size)), program(size, "list-events", MONTH))
+        report("cold: reading every file, 1 thread", read)
+        report(f"cold: reading every file, {threads(size)} threads", crowd)
+        report("cold: list-events of one month", one_month, read, 0.3)
+        report("cold:   to as many threads", one_month, crowd, 1.35)
+        note("list-events", "cold", size, one_month)
+        note("reading alone", "cold", size, read)
+    searching(size, max(2, count // 2))
+    everything = {"startISO": "2020-01-01T00:00:00Z", "endISO": "2030-01-01T00:00:00Z"}
+    (all_of_it,) = measure(2, program(size, "list-events", everything))
+    report("list-events of ten years", all_of_it)
+    answer = subprocess.run(
+        [PROGRAM, "list-events"], input=json.dumps(everything).encode(), check=True,
+        stdout=subprocess.PIPE, env={**os.environ, "XDG_DATA_HOME": str(store(size))}).stdout
+    print(f"  an answer of {len(answer) / (1 << 20):.1f} MiB: memory "
+          f"{all_of_it.megabytes * (1 << 20) / len(answer):.2f} times that (goal: at most 2.5)")
     return month
+
+
+def searching(size, count):
+    """Events whose files are named after something else."""
+    renamed = DATA / f"{size}-renamed"
+    if not renamed.exists():
+        part = DATA / f"{size}-renamed.part"
+        shutil.rmtree(part, ignore_errors=True)
+        calendar = part / "quenbrook" / "calendars" / CALENDAR
+        calendar.mkdir(parents=True)
+        for number in range(size):
+            os.link(folder(size) / f"{uid(number)}.ics", calendar / f"event-{number:06}.ics")
+        part.rename(renamed)
+    requests = [json.dumps({"calendarId": CALENDAR, "eventId": f"{CALENDAR}:{uid(size - 1)}"})]
+    crowd, last = measure(
+        count, bare_reading(size, threads(size)),
+        job(PROGRAM, "get-event", requests=requests, XDG_DATA_HOME=str(renamed), HOME=str(DATA)))
+    report("get-event by search, the last file", last, crowd, 1.35)
 
 
 def growth(months):
@@ -200,28 +293,59 @@ def calcurse(size):
     return job(*command, "-Q", "--from", "03/01/2026", "--to", "03/31/2026")
 
 
-def peers(size):
+def peers(size, cold):
     print(f"-- other programs, one month out of {size} events")
-    for name, make, goal in (("khal", khal, 40), ("calcurse", calcurse, 3)):
+    for name, make, goal in (("khal", khal, 35), ("calcurse", calcurse, 3)):
         if shutil.which(name) is None:
             print(f"{name} is not installed")
             continue
-        other, mine = measure(3, make(size), program(size, "list-events", MONTH))
+        other_job, mine_job = make(size), program(size, "list-events", MONTH)
+        other, mine = measure(3, other_job, mine_job)
         report(name, other)
         print(f"list-events is {other.ratio(mine):.1f} times faster, "
               f"{other.ratio_of_work(mine):.1f} times by CPU (goal: {goal})", flush=True)
+        note(name, "warm", size, other)
+        if cold:
+            other, mine = measure_cold([PROGRAM, shutil.which(name)], other_job, mine_job)
+            report(f"cold: {name}", other)
+            print(f"list-events is {other.ratio(mine):.1f} times faster", flush=True)
+            note(name, "cold", size, other)
+
+
+def write_table(path, columns, sizes):
+    """For gnuplot: one line for each size, a question mark for what was not measured."""
+    lines = [" ".join([str(size), *(f"{RESULTS[column][size]:.3f}"
+                                    if size in RESULTS.get(column, {}) else "?"
+                                    for column in columns)]) for size in sizes]
+    path.write_text("\n".join(lines) + "\n")
+
+
+def plot():
+    """Draws what was measured: reading.svg and start-up.svg in the build folder."""
+    columns = [(what, kind) for kind in ("warm", "cold")
+               for what in ("khal", "calcurse", "reading alone", "list-events")]
+    write_table(DATA / "reading.dat", columns, SIZES)
+    place = pathlib.Path(__file__).resolve().parent
+    for name in ("reading", "start-up"):
+        subprocess.run(["gnuplot", "-e", f"data='{DATA / name}.dat'; "
+                        f"output='{BUILD / name}.svg'", place / f"{name}.gnuplot"], check=True)
+        print(f"drawn: {BUILD / name}.svg")
 
 
 def main():
     DATA.mkdir(parents=True, exist_ok=True)
     for size in SIZES:
         prepare(size)
+    cold = can_drop_caches()
     start_up()
-    months = [(size, reading(size, max(2, 200_000 // size // 10))) for size in SIZES]
+    months = [(size, reading(size, max(2, min(100, 200_000 // size // 10)), cold))
+              for size in SIZES]
     growth(months)
-    middle = SIZES[len(SIZES) // 2]
-    writing(middle, 40)
-    peers(middle)
+    for size in SIZES:
+        if size <= LARGEST_FOR_PEERS:
+            peers(size, cold)
+    writing(min(SIZES[-1], 10_000), 40)
+    plot()
 
 
 main()
