@@ -7,7 +7,7 @@ set -eu
 
 root=$(cd "$(dirname "$0")/../.." && pwd -P)
 folder=$root/build/eventkit-sanitized
-compiler=$(command -v clang++-14 || command -v clang++-16 || command -v clang++)
+compiler=$(command -v clang++)
 
 cd "$root"
 cmake --preset dev -B "$folder" -DCMAKE_CXX_COMPILER="$compiler" \

@@ -355,6 +355,15 @@ std::optional<quenbrook::standin::RuleEnd> toEnd(EKRecurrenceEnd* end) {
     return end == nil ? std::nullopt : std::optional([end value]);
 }
 
+quenbrook::standin::Rule toRule(
+    EKRecurrenceFrequency type, NSInteger interval, EKRecurrenceEnd* end) {
+    quenbrook::standin::Rule rule;
+    rule.frequency = type;
+    rule.interval = interval;
+    rule.end = toEnd(end);
+    return rule;
+}
+
 } // namespace
 
 @implementation EKRecurrenceRule
@@ -369,7 +378,7 @@ std::optional<quenbrook::standin::RuleEnd> toEnd(EKRecurrenceEnd* end) {
                                         end:(EKRecurrenceEnd*)end {
     [self logged:"EKRecurrenceRule initRecurrenceWithFrequency:interval:end: " +
                  std::to_string(type) + " " + std::to_string(interval)];
-    return [self initWithRule:{.frequency = type, .interval = interval, .end = toEnd(end)}];
+    return [self initWithRule:toRule(type, interval, end)];
 }
 - (instancetype)initRecurrenceWithFrequency:(EKRecurrenceFrequency)type
                                    interval:(NSInteger)interval
@@ -386,7 +395,7 @@ std::optional<quenbrook::standin::RuleEnd> toEnd(EKRecurrenceEnd* end) {
     if (weeksOfTheYear != nil || daysOfTheYear != nil) {
         [NSException raise:NSInvalidArgumentException format:@"not of the stand-in"];
     }
-    quenbrook::standin::Rule rule{.frequency = type, .interval = interval, .end = toEnd(end)};
+    quenbrook::standin::Rule rule = toRule(type, interval, end);
     if (days != nil) {
         rule.daysOfTheWeek.emplace();
         for (EKRecurrenceDayOfWeek* day in days) {
