@@ -164,10 +164,11 @@ class JsonRecordSink : public JsonSink {
     void closed() override {}
 
     void finish() override {
-        [&]<std::size_t... I>(std::index_sequence<I...>) {
+        const auto finishEach = [&]<std::size_t... I>(std::index_sequence<I...>) {
+            // The first that fails decides.
             (finishField<I>() || ...);
-        }
-        (std::make_index_sequence<fieldCount<Record>>{});
+        };
+        finishEach(std::make_index_sequence<fieldCount<Record>>{});
     }
 
   private:
@@ -178,10 +179,10 @@ class JsonRecordSink : public JsonSink {
 
     template <class Visit>
     void withCurrentField(const Visit& visit) {
-        [&]<std::size_t... I>(std::index_sequence<I...>) {
+        const auto visitCurrent = [&]<std::size_t... I>(std::index_sequence<I...>) {
             ((current_ == I ? visitField<I>(visit) : void()), ...);
-        }
-        (std::make_index_sequence<fieldCount<Record>>{});
+        };
+        visitCurrent(std::make_index_sequence<fieldCount<Record>>{});
     }
 
     template <std::size_t Index, class Visit>

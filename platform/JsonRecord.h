@@ -24,14 +24,17 @@
 namespace quenbrook::platform {
 
 template <class Record, class Value>
+using JsonMember = Value Record::*;
+
+template <class Record, class Value>
 struct JsonField {
     std::string_view name;
-    Value Record::*member;
+    JsonMember<Record, Value> member;
 };
 
 // Names are written as they stand, so they must need no escape.
 template <class Record, class Value>
-consteval JsonField<Record, Value> field(std::string_view name, Value Record::*member) {
+consteval JsonField<Record, Value> field(std::string_view name, JsonMember<Record, Value> member) {
     for (const char c : name) {
         const bool plain =
             (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');

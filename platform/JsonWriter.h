@@ -89,10 +89,10 @@ void appendJson(std::string& out, const T& value) {
     } else {
         static_assert(JsonRecord<T>);
         out.push_back('{');
-        [&]<std::size_t... I>(std::index_sequence<I...>) {
+        const auto appendMembers = [&]<std::size_t... I>(std::index_sequence<I...>) {
             (appendJsonMember<T, fieldsByName<T>[I]>(out, value), ...);
-        }
-        (std::make_index_sequence<fieldCount<T>>{});
+        };
+        appendMembers(std::make_index_sequence<fieldCount<T>>{});
         closeJson(out, '}');
     }
 }

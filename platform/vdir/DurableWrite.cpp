@@ -26,7 +26,7 @@ void syncToDisk(int descriptor) {
 }
 
 bool isStill(const Folder& folder, const std::string& name, const FileIdentity& expected) {
-    struct stat status {};
+    struct stat status = {};
     const int result = uninterrupted(
         [&] { return ::fstatat(folder.descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW); });
     if (result == -1 && errno == ENOENT) {

@@ -38,8 +38,8 @@ FolderEntry entryOf(const Folder& folder, const dirent& item) {
     if (item.d_type != DT_LNK && item.d_type != DT_UNKNOWN) {
         return {item.d_name, FolderEntry::Kind::other, false};
     }
-    struct stat link {};
-    struct stat target {};
+    struct stat link = {};
+    struct stat target = {};
     if (::fstatat(folder.descriptor(), item.d_name, &link, AT_SYMLINK_NOFOLLOW) != 0 ||
         ::fstatat(folder.descriptor(), item.d_name, &target, 0) != 0) {
         return {item.d_name, FolderEntry::Kind::other, item.d_type == DT_LNK};
@@ -52,7 +52,7 @@ std::pair<time_t, long> pairOf(const timespec& time) {
 }
 
 bool isRegular(const FileDescriptor& file) {
-    struct stat status {};
+    struct stat status = {};
     return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
@@ -184,7 +184,7 @@ std::optional<FileContent> readForChange(const Folder& folder, const std::string
     if (!file.isOpen()) {
         throwSystemError("openat");
     }
-    struct stat status {};
+    struct stat status = {};
     checked("fstat", [&] { return ::fstat(file.get(), &status); });
     if (!S_ISREG(status.st_mode)) {
         throw std::system_error(std::make_error_code(std::errc::invalid_argument));

@@ -5,14 +5,15 @@ namespace quenbrook {
 // Every match begins with the tag, letter by letter, so only where the tag stands is the engine
 // asked, and notes without it (nearly all) cost a plain search and no compiled pattern.
 bool TagPattern::occursIn(std::string_view text) {
-    for (std::size_t at = text.find(tag_); at != std::string_view::npos;
-         at = text.find(tag_, at + 1)) {
+    std::size_t at = text.find(tag_);
+    while (at != std::string_view::npos) {
         if (!expression_) {
             expression_.emplace("\\b" + std::string(tag_) + std::string(rest_));
         }
         if (expression_->matchesAt(text, at)) {
             return true;
         }
+        at = text.find(tag_, at + 1);
     }
     return false;
 }

@@ -147,6 +147,17 @@ TEST_F(Writing, UpdatesWithNoMoreCallsThanThereAreChanges) {
         EventChanges changes;
         std::vector<std::string> calls;
     };
+    const auto rulesEnd = RecurrenceEnd::withEndDate(eleven);
+    const EventChanges everything{
+        .title = "T",
+        .start = ten,
+        .end = eleven,
+        .isAllDay = false,
+        .location = "L",
+        .notes = "N",
+        .alarms = {{-60}},
+        .recurrenceRules = {{{.frequency = 1, .interval = 2, .end = rulesEnd}}},
+    };
     addCalendar(u"C1");
     for (const auto& [changes, calls] :
         std::vector<Case>{
@@ -163,23 +174,13 @@ TEST_F(Writing, UpdatesWithNoMoreCallsThanThereAreChanges) {
             {{.alarms = {{-60}}}, {"EKAlarm alarmWithRelativeOffset: -60", "EKEvent setAlarms: 1"}},
             {{.recurrenceRules = std::vector<platform::RecurrenceRule>{}},
                 {"EKEvent setRecurrenceRules: nil"}},
-            {{.title = "T",
-            .start = ten,
-            .end = eleven,
-            .isAllDay = false,
-            .location = "L",
-            .notes = "N",
-            .alarms = {{-60}},
-            .recurrenceRules = {{{.frequency = 1,
-                               .interval = 2,
-                               .end = RecurrenceEnd::withEndDate(eleven)}}}},
-                {"EKEvent setTitle: T", "EKEvent setStartDate: 1767607200",
-                    "EKEvent setEndDate: 1767610800", "EKEvent setAllDay: NO",
-                    "EKEvent setLocation: L", "EKEvent setNotes: N",
-                    "EKAlarm alarmWithRelativeOffset: -60", "EKEvent setAlarms: 1",
-                    "EKRecurrenceEnd recurrenceEndWithEndDate:",
-                    "EKRecurrenceRule initRecurrenceWithFrequency:interval:end: 1 2",
-                    "EKEvent setRecurrenceRules: 1"}},
+            {everything, {"EKEvent setTitle: T", "EKEvent setStartDate: 1767607200",
+                             "EKEvent setEndDate: 1767610800", "EKEvent setAllDay: NO",
+                             "EKEvent setLocation: L", "EKEvent setNotes: N",
+                             "EKAlarm alarmWithRelativeOffset: -60", "EKEvent setAlarms: 1",
+                             "EKRecurrenceEnd recurrenceEndWithEndDate:",
+                             "EKRecurrenceRule initRecurrenceWithFrequency:interval:end: 1 2",
+                             "EKEvent setRecurrenceRules: 1"}},
         }) {
         world_.events.clear();
         addEvent(u"E1");

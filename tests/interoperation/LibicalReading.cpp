@@ -27,15 +27,16 @@ Component parsed(const char* path) {
 // What a restriction check or the parser leaves is an X-LIC-ERROR property, at any depth.
 int printErrors(const char* path, icalcomponent* component) {
     int errors = 0;
-    for (icalproperty* property =
-             icalcomponent_get_first_property(component, ICAL_XLICERROR_PROPERTY);
-         property; property = icalcomponent_get_next_property(component, ICAL_XLICERROR_PROPERTY)) {
+    auto* property = icalcomponent_get_first_property(component, ICAL_XLICERROR_PROPERTY);
+    while (property) {
         std::cout << path << ": " << icalproperty_get_xlicerror(property) << '\n';
         ++errors;
+        property = icalcomponent_get_next_property(component, ICAL_XLICERROR_PROPERTY);
     }
-    for (icalcomponent* inner = icalcomponent_get_first_component(component, ICAL_ANY_COMPONENT);
-         inner; inner = icalcomponent_get_next_component(component, ICAL_ANY_COMPONENT)) {
+    auto* inner = icalcomponent_get_first_component(component, ICAL_ANY_COMPONENT);
+    while (inner) {
         errors += printErrors(path, inner);
+        inner = icalcomponent_get_next_component(component, ICAL_ANY_COMPONENT);
     }
     return errors;
 }

@@ -108,8 +108,8 @@ TEST(JsonReader, TakesTheLastOfEqualKeys) {
 }
 
 TEST(JsonReader, DecodesEscapesAndKeepsEverythingElse) {
-    EXPECT_EQ(
-        inner(R"({"s":"\"\\\/\b\f\n\r\t\u00e9\ud83d\ude00\u0000é😀"})").s, "\"\\/\b\f\n\r\té😀\0é😀"s);
+    const ReadInner decoded = inner(R"({"s":"\"\\\/\b\f\n\r\t\u00e9\ud83d\ude00\u0000é😀"})");
+    EXPECT_EQ(decoded.s, "\"\\/\b\f\n\r\té😀\0é😀"s);
     EXPECT_EQ(inner("{\"\\u0073\":\"escaped key\"}").s, "escaped key");
 }
 

@@ -86,8 +86,8 @@ TEST(StandardStreams, WaitForANonBlockingDescriptor) {
 }
 
 TEST(StandardStreams, TakeUpInterruptedCallsAgain) {
-    struct sigaction action {};
-    struct sigaction before {};
+    struct sigaction action = {};
+    struct sigaction before = {};
     action.sa_handler = [](int) {};
     ASSERT_EQ(sigaction(SIGUSR1, &action, &before), 0);
 
@@ -143,8 +143,8 @@ TEST(StandardStreams, GiveUpSilentlyWhenWritingFails) {
 }
 
 bool isNullDevice(int descriptor) {
-    struct stat actual {};
-    struct stat null {};
+    struct stat actual = {};
+    struct stat null = {};
     return fstat(descriptor, &actual) == 0 && stat("/dev/null", &null) == 0 &&
            actual.st_rdev == null.st_rdev;
 }

@@ -16,7 +16,7 @@ constexpr double maximumAlarmOffset = std::numeric_limits<std::int32_t>::max();
 
 struct TextProperty {
     std::string_view name;
-    std::optional<std::string> EventChanges::*text;
+    decltype(&EventChanges::title) text;
 };
 constexpr std::array<TextProperty, 3> textProperties = {{
     {"SUMMARY", &EventChanges::title},

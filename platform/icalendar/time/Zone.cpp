@@ -154,11 +154,12 @@ Zone TimeZones::resolve(const std::string& identifier) {
     if (auto zone = defined(identifier)) {
         return *zone;
     }
-    for (std::size_t at = identifier.find('/'); at != std::string::npos;
-         at = identifier.find('/', at + 1)) {
+    std::size_t at = identifier.find('/');
+    while (at != std::string::npos) {
         if (auto zone = Zone::system(std::string_view(identifier).substr(at + 1))) {
             return *zone;
         }
+        at = identifier.find('/', at + 1);
     }
     return local_;
 }

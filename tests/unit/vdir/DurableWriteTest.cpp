@@ -17,7 +17,7 @@ using Names = std::set<std::string>;
 class DurableWrites : public testing::Test {
   protected:
     struct stat statusOf(const std::string& name) const {
-        struct stat status {};
+        struct stat status = {};
         EXPECT_EQ(::lstat(files_.path(name).c_str(), &status), 0) << name;
         return status;
     }

@@ -49,7 +49,7 @@ TEST(TheDefaultRoot, FollowsTheEnvironment) {
 class NewRoots : public testing::Test {
   protected:
     mode_t modeOf(const std::string& name) const {
-        struct stat status {};
+        struct stat status = {};
         EXPECT_EQ(::lstat(files_.path(name).c_str(), &status), 0) << name;
         return status.st_mode & 07777;
     }

@@ -351,7 +351,7 @@ TEST_F(Stores, KeepThePermissionsOfAChangedFile) {
     ASSERT_EQ(::chmod(files_.path("c/a.ics").c_str(), 0664), 0);
     const auto opened = store();
     EXPECT_TRUE(opened->update(*opened->event("c:uid"), titled("new")));
-    struct stat status {};
+    struct stat status = {};
     ASSERT_EQ(::stat(files_.path("c/a.ics").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, mode_t{0664});
 }
