@@ -211,6 +211,14 @@ std::vector<OffsetTable::Change> changesFrom(const Zone& zone, sys_seconds from)
     return changes;
 }
 
+// Whether the first change puts the clock forward and the second puts it back. Readers take what is
+// called daylight for a saving on top of a standard time: some fail when there is no such time, or
+// when the "saving" is a move across the date line.
+bool isDaylight(std::span<const OffsetTable::Change> changes) {
+    const OffsetTable::Change& change = changes.front();
+    return change.after > change.before && changes.size() > 1 && changes[1].after == change.before;
+}
+
 std::vector<OffsetTable::Change> everySecond(std::span<const OffsetTable::Change> changes) {
     std::vector<OffsetTable::Change> selected;
     for (std::size_t i = 0; i < changes.size(); i += 2) {
@@ -251,9 +259,6 @@ std::string writeVTimeZone(
     std::string text =
         foldLine("BEGIN:VTIMEZONE", lineEnd) + foldLine("TZID:" + encodeText(name), lineEnd);
     const std::vector<OffsetTable::Change> changes = changesFrom(zone, from);
-    const auto isDaylight = [](const OffsetTable::Change& change) {
-        return change.after > change.before;
-    };
     std::size_t ruled = 0;
     if (changes.empty()) {
         text += observanceText(
@@ -266,15 +271,15 @@ std::string writeVTimeZone(
             const auto one = patternOf(everySecond(rest));
             const auto other = patternOf(everySecond(rest.subspan(1)));
             if (one && other) {
-                text += observanceText(onsetOf(rest[0]), one->from, one->to, isDaylight(rest[0]),
+                text += observanceText(onsetOf(rest[0]), one->from, one->to, isDaylight(rest),
                     "RRULE:" + formatRecur(ruleOf(*one)), lineEnd);
                 text += observanceText(onsetOf(rest[1]), other->from, other->to,
-                    isDaylight(rest[1]), "RRULE:" + formatRecur(ruleOf(*other)), lineEnd);
+                    isDaylight(rest.subspan(1)), "RRULE:" + formatRecur(ruleOf(*other)), lineEnd);
                 break;
             }
         }
         text += observanceText(onsetOf(changes[ruled]), changes[ruled].before, changes[ruled].after,
-            isDaylight(changes[ruled]), {}, lineEnd);
+            isDaylight(rest), {}, lineEnd);
     }
     return text + foldLine("END:VTIMEZONE", lineEnd);
 }

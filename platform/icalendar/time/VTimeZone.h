@@ -17,7 +17,8 @@ std::optional<Zone> readVTimeZone(const Component& component);
 
 // Writes the VTIMEZONE of a zone of the system's data, right from `from` on: the observance then in
 // force, the changes after it one by one as long as they are irregular, and the yearly rules that
-// hold from then on. Lines end in `lineEnd`.
+// hold from then on. DAYLIGHT is what puts the clock forward until the next change puts it back;
+// all else is STANDARD. Lines end in `lineEnd`.
 std::string writeVTimeZone(std::string_view name, const Zone& zone, std::chrono::sys_seconds from,
     std::string_view lineEnd);
 

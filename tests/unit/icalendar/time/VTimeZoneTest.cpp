@@ -245,6 +245,43 @@ TEST(WrittenVTimeZones, OfAZoneWithoutChangesHaveOneObservance) {
     EXPECT_EQ(text.find("RRULE"), std::string::npos) << text;
 }
 
+struct KindCase {
+    std::string_view zone;
+    std::string_view from;
+    std::vector<std::string> firstObservances;
+};
+
+// A clock that was put forward for good has no standard time to be ahead of, nor does one that was
+// moved across the date line.
+TEST(WrittenVTimeZones, CallDaylightOnlyWhatIsPutBack) {
+    const std::vector<KindCase> cases{
+        {"Europe/Istanbul", "2026-07-01T00:00:00Z", {"STANDARD +0200 +0300"}},
+        {"Asia/Pyongyang", "2026-07-01T00:00:00Z", {"STANDARD +0830 +0900"}},
+        {"America/Nuuk", "2023-03-01T00:00:00Z",
+            {"STANDARD -0200 -0300", "STANDARD -0300 -0200", "DAYLIGHT -0200 -0100",
+                "STANDARD -0100 -0200"}},
+        {"Pacific/Apia", "2011-10-01T00:00:00Z",
+            {"STANDARD -1100 -1000", "STANDARD -1000 +1400", "STANDARD +1400 +1300",
+                "DAYLIGHT +1300 +1400", "STANDARD +1400 +1300"}},
+        {"Europe/Dublin", "2026-01-01T00:00:00Z", {"STANDARD +0100 +0000", "DAYLIGHT +0000 +0100"}},
+    };
+    for (const KindCase& row : cases) {
+        const std::string text =
+            writeVTimeZone(row.zone, *Zone::system(row.zone), at(row.from), "\r\n");
+        const auto component = ParsedComponent::parse(text, {0, text.size()});
+        ASSERT_TRUE(component);
+        std::vector<std::string> observances;
+        for (const Component& each : (*component)->components) {
+            observances.push_back(std::string(each.name) + " " +
+                                  std::string(each.first("TZOFFSETFROM")->value) + " " +
+                                  std::string(each.first("TZOFFSETTO")->value));
+        }
+        ASSERT_GE(observances.size(), row.firstObservances.size()) << text;
+        observances.resize(row.firstObservances.size());
+        EXPECT_EQ(observances, row.firstObservances) << row.zone;
+    }
+}
+
 // Whoever reads it must find daylight saving in a far year too.
 TEST(WrittenVTimeZones, HaveTheYearlyRulesInFarYears) {
     for (const std::string_view begin : {"2200-07-01T00:00:00Z", "2437-07-01T00:00:00Z",
