@@ -72,6 +72,7 @@ CodePoint firstCodePoint(std::string_view text) {
     const int available = text.size() < 4 ? static_cast<int>(text.size()) : 4;
     int length = 0;
     UChar32 value = 0;
+    // NOLINTNEXTLINE(bugprone-inc-dec-in-conditions): so ICU has written its macro.
     U8_NEXT(bytes, length, available, value);
     return {value, static_cast<std::size_t>(length)};
 }

@@ -205,11 +205,12 @@ std::optional<std::string> newStream(
         {"BEGIN:VCALENDAR", "VERSION:2.0", "PRODID:-//Quenbrook//Quenbrook//EN"}) {
         text += foldLine(line, crlf);
     }
-    if (const DateTime* zoned = dates->zoned()) {
+    const DateTime* zoned = dates->zoned();
+    if (zoned && dates->start) {
         text += writeVTimeZone(zoned->zoneIdentifier, zoned->zone, dates->start->instant(), crlf);
     }
-    text += newEventComponent(uid, *dates, changes, now, crlf);
-    return text + foldLine("END:VCALENDAR", crlf);
+    const auto event = newEventComponent(uid, *dates, changes, now, crlf);
+    return event ? std::optional(text + *event + foldLine("END:VCALENDAR", crlf)) : std::nullopt;
 }
 
 std::optional<std::string> updatedStream(

@@ -57,13 +57,16 @@ class OutlineReader {
     }
 
   private:
-    bool continues() const {
-        return position_ < text_.size() && (text_[position_] == ' ' || text_[position_] == '\t');
+    // The line at the position, when it continues the one before.
+    std::optional<PhysicalLine> continuation() const {
+        const bool continues =
+            position_ < text_.size() && (text_[position_] == ' ' || text_[position_] == '\t');
+        return continues ? physicalLineAt(text_, position_) : std::nullopt;
     }
 
     void skipContinuations() {
-        while (continues()) {
-            position_ = physicalLineAt(text_, position_)->next;
+        while (const auto more = continuation()) {
+            position_ = more->next;
         }
     }
 
@@ -73,14 +76,14 @@ class OutlineReader {
         if (feed != std::string_view::npos && line.ends_with('\r')) {
             line.remove_suffix(1);
         }
-        if (!continues()) {
+        auto more = continuation();
+        if (!more) {
             return line;
         }
         unfolded_ = line;
-        while (continues()) {
-            const PhysicalLine more = *physicalLineAt(text_, position_);
-            unfolded_ += more.text.substr(1);
-            position_ = more.next;
+        for (; more; more = continuation()) {
+            unfolded_ += more->text.substr(1);
+            position_ = more->next;
         }
         return unfolded_;
     }
@@ -125,7 +128,10 @@ class OutlineReader {
         if (equalsIgnoringCase(name, "VCALENDAR")) {
             abandon();
             inCalendar_ = false;
-        } else if (depth_ > 0 && --depth_ == 0) {
+        } else if (depth_ > 1) {
+            --depth_;
+        } else if (depth_ == 1) {
+            depth_ = 0;
             if (equalsIgnoringCase(name, name_)) {
                 complete();
             } else {

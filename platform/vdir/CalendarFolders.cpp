@@ -97,7 +97,7 @@ std::vector<CalendarFolder> calendarFolders(const Folder& root) {
         const std::optional<Folder> folder = root.openFolder(top.name);
         const std::vector<FolderEntry> entries =
             folder ? folder->entries() : std::vector<FolderEntry>();
-        if (std::none_of(entries.begin(), entries.end(), isFolder)) {
+        if (!folder || std::none_of(entries.begin(), entries.end(), isFolder)) {
             found.push_back(calendarFolder(top.name, top.name, folder, std::nullopt));
             continue;
         }

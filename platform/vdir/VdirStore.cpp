@@ -84,8 +84,8 @@ Event eventOf(const FoundOccurrence& occurrence) {
 bool comesBefore(const FoundOccurrence& left, const FoundOccurrence& right) {
     const Event& leftEvent = left.event->event;
     const Event& rightEvent = right.event->event;
-    return std::tie(left.start, left.end, *leftEvent.identifier, handleOf(leftEvent).file) <
-           std::tie(right.start, right.end, *rightEvent.identifier, handleOf(rightEvent).file);
+    return std::tie(left.start, left.end, leftEvent.identifier, handleOf(leftEvent).file) <
+           std::tie(right.start, right.end, rightEvent.identifier, handleOf(rightEvent).file);
 }
 
 bool names(std::span<const Calendar> calendars, const Calendar& wanted) {
@@ -258,25 +258,26 @@ class VdirStore : public CalendarStore {
 
     // Makes the root on the first run.
     const std::optional<Folder>& openRoot() {
-        if (!root_ && path_) {
-            root_ = Folder::open(path_->string());
+        if (root_ || !path_) {
+            return root_;
         }
-        if (!root_ && path_ && errno == ENOENT) {
+        const std::filesystem::path& path = *path_;
+        root_ = Folder::open(path.string());
+        if (!root_ && errno == ENOENT) {
             // Another first run may have been faster: what counts is that the root is there.
-            refusedOnSystemError([&] { return makeRoot(); });
-            root_ = Folder::open(path_->string());
+            refusedOnSystemError([&] {
+                createStoreRoot(path);
+                return true;
+            });
+            root_ = Folder::open(path.string());
         }
         return root_;
     }
 
-    bool makeRoot() const {
-        createStoreRoot(*path_);
-        return true;
-    }
-
     const std::vector<CalendarFolder>& folders() {
         if (!folders_) {
-            folders_ = openRoot() ? calendarFolders(*root_) : std::vector<CalendarFolder>();
+            const std::optional<Folder>& root = openRoot();
+            folders_ = root ? calendarFolders(*root) : std::vector<CalendarFolder>();
         }
         return *folders_;
     }
@@ -293,7 +294,7 @@ class VdirStore : public CalendarStore {
     }
 
     std::optional<Folder> open(const CalendarFolder& folder) const {
-        return root_->openFolder(folder.path);
+        return root_ ? root_->openFolder(folder.path) : std::nullopt;
     }
 
     // Nothing when it cannot be opened and listed, for want of descriptors even.

@@ -83,12 +83,13 @@ struct CreateEventRequest : EventDetails {
 };
 
 template <>
-inline constexpr auto platform::recordFields<CreateEventRequest> = std::tuple_cat(
-    std::tuple{platform::field("calendarId", &CreateEventRequest::calendarId),
+inline constexpr auto platform::recordFields<CreateEventRequest> = [] {
+    const std::tuple own{platform::field("calendarId", &CreateEventRequest::calendarId),
         platform::field("title", &CreateEventRequest::title),
         platform::field("startISO", &CreateEventRequest::startISO),
-        platform::field("endISO", &CreateEventRequest::endISO)},
-    platform::recordFields<EventDetails>);
+        platform::field("endISO", &CreateEventRequest::endISO)};
+    return std::tuple_cat(own, platform::recordFields<EventDetails>);
+}();
 
 struct CreateEventResponse {
     std::string id;

@@ -60,6 +60,8 @@ struct EventComponent {
         return rules.size() + additions.size() + exclusions.size() + exclusionRules.size();
     }
     bool recurs() const { return !rules.empty() || !additions.empty(); }
+    // Its own start, or that of the occurrence that it replaces.
+    const DateTime& originalStart() const { return recurrenceId ? *recurrenceId : start; }
 
     // What a value of RDATE, EXDATE or RECURRENCE-ID means in the recurrence set of this event. One
     // of whole days goes by the date that is written, whatever the time and the zone beside it; in

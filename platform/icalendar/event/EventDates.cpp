@@ -24,7 +24,8 @@ std::optional<DateTime> dateValue(LocalTime day) {
 
 WritingZone WritingZone::local() {
     const auto name = localZoneName();
-    return name ? WritingZone{*Zone::system(*name), name} : WritingZone{};
+    const auto zone = name ? Zone::system(*name) : std::nullopt;
+    return zone ? WritingZone{*zone, name} : WritingZone{};
 }
 
 std::optional<DateTime> timedValue(Instant instant, const WritingZone& zone) {

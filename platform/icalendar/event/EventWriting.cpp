@@ -269,8 +269,11 @@ std::optional<PlannedDates> planDates(
     return held ? std::optional(planned) : std::nullopt;
 }
 
-std::string newEventComponent(std::string_view uid, const PlannedDates& dates,
+std::optional<std::string> newEventComponent(std::string_view uid, const PlannedDates& dates,
     const EventChanges& changes, Instant now, std::string_view lineEnd) {
+    if (!dates.start) {
+        return std::nullopt;
+    }
     const std::string stamp = utcText(now);
     std::string text;
     const auto add = [&](const std::string& line) { text += foldLine(line, lineEnd); };
@@ -288,6 +291,9 @@ std::string newEventComponent(std::string_view uid, const PlannedDates& dates,
     add("END:VEVENT");
 
     const auto component = ParsedComponent::parse(text, {0, text.size()});
+    if (!component) {
+        return std::nullopt;
+    }
     TextEdit edit(text);
     ComponentEdit properties(text, **component, edit);
     writeTexts(properties, **component, changes);

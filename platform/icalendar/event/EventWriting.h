@@ -34,8 +34,9 @@ std::optional<PlannedDates> planDates(const EventChanges& changes);
 std::optional<PlannedDates> planDates(
     const Occurrence& occurrence, const EventChanges& changes, bool all);
 
-// A whole new VEVENT. `now` becomes its DTSTAMP, CREATED and LAST-MODIFIED. Lines end in `lineEnd`.
-std::string newEventComponent(std::string_view uid, const PlannedDates& dates,
+// A whole new VEVENT; nothing when the dates lack a start. `now` becomes its DTSTAMP, CREATED and
+// LAST-MODIFIED. Lines end in `lineEnd`.
+std::optional<std::string> newEventComponent(std::string_view uid, const PlannedDates& dates,
     const EventChanges& changes, Instant now, std::string_view lineEnd);
 
 // Changes to one component, collected in an edit of the text that it was read from. Properties that

@@ -43,11 +43,12 @@ std::optional<std::size_t> indexOf(
 std::optional<std::int64_t> readNumber(
     std::string_view text, std::int64_t lowest, std::int64_t highest) {
     std::int64_t number = 0;
-    const char* const end = text.data() + text.size();
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
     if (text.empty() || !isDigit(text.front())) {
         return std::nullopt;
     }
-    const auto [last, error] = std::from_chars(text.data(), end, number);
+    const auto [last, error] = std::from_chars(begin, end, number);
     if (error != std::errc{} || last != end || number < lowest || number > highest) {
         return std::nullopt;
     }
@@ -207,10 +208,12 @@ struct Part {
 
 template <typename Value, typename Field>
 bool store(const std::optional<Value>& value, Field& field) {
-    if (value) {
-        field = *value;
+    if (!value) {
+        return false;
     }
-    return value.has_value();
+    const Value& read = *value;
+    field = read;
+    return true;
 }
 
 template <auto list, auto readEntry>
