@@ -14,8 +14,8 @@
 //
 // Nothing as an answer means that the change is refused: the event is not there (any more), ends
 // before it starts, or would hold what iCalendar cannot (a text with control characters other than
-// tab and line feed; an alarm more than 2^31 - 1 seconds away; an instant outside of the years 0001
-// to 9999; more than is read of one event), or more would change with it than that one event.
+// tab and line breaks; an alarm more than 2^31 - 1 seconds away; an instant outside of the years
+// 0001 to 9999; more than is read of one event), or more would change with it than that one event.
 // Instants are cut to whole seconds. Only a lack of memory throws.
 //
 // `key` is what CalendarReader.h has handed out for the event, from this text or an earlier one.

@@ -323,16 +323,13 @@ class Writing(QuenbrookTest):
         injection = "x\r\nEND:VEVENT\r\nBEGIN:VEVENT\nUID:evil\rSUMMARY:evil\\nSTATUS:CANCELLED"
         for key in ("title", "location", "notes"):
             with self.subTest(key=key):
-                result = self.run_program("create-event", request=self.request(**{key: injection}))
-                if result.status == 0:
-                    identifier = json.loads(result.out)["id"]
-                    self.assertEqual(self.get(identifier)[key], injection)
-                    text = self.unfolded(identifier)
-                    self.assertEqual(text.count("\nBEGIN:VEVENT\n"), 1)
-                    self.assertNotIn("\nUID:evil", text)
-                    self.file_of(identifier).unlink()
-                else:
-                    self.assertError(result, *SAVE_FAILED)
+                identifier = self.create(**{key: injection})["id"]
+                self.assertEqual(self.get(identifier)[key],
+                                 injection.replace("\r\n", "\n").replace("\r", "\n"))
+                text = self.unfolded(identifier)
+                self.assertEqual(text.count("\nBEGIN:VEVENT\n"), 1)
+                self.assertNotIn("\nUID:evil", text)
+                self.file_of(identifier).unlink()
                 self.assertEqual(self.year(), [])
 
     def test_gives_every_text_back_as_it_came(self):
@@ -354,18 +351,18 @@ class Writing(QuenbrookTest):
                     self.assertEqual((got["title"], got["location"], got["notes"]), (text,) * 3)
                 self.file_of(created).unlink()
 
-    def test_keeps_or_refuses_each_control_character(self):
+    def test_keeps_tab_and_line_breaks_and_refuses_every_other_control_character(self):
         for code in [*range(1, 32), 127]:
             text = f"a{chr(code)}b"
             with self.subTest(code=code):
                 result = self.run_program("create-event", request=self.request(title=text))
-                if result.status == 0:
+                if chr(code) in "\t\n\r":
+                    self.assertEqual(result.status, 0, result)
                     identifier = json.loads(result.out)["id"]
-                    self.assertEqual(self.get(identifier)["title"], text)
+                    self.assertEqual(self.get(identifier)["title"], text.replace("\r", "\n"))
                     self.file_of(identifier).unlink()
                 else:
                     self.assertError(result, *SAVE_FAILED)
-                    self.assertNotIn(code, (9, 10))
 
     def test_gives_every_time_back_as_it_was_saved(self):
         starts = ["2026-01-05T10:00:00", "2026-03-08T07:30:00", "2026-03-29T01:30:00",

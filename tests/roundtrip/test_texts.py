@@ -14,7 +14,7 @@ CHUNK = 10_000
 HELD = [chr(number) for number in range(sys.maxunicode + 1)
         if not 0xD800 <= number <= 0xDFFF
         and (number >= 0x20 or chr(number) in "\t\n") and number != 0x7F]
-REFUSED = [chr(number) for number in (*range(0x20), 0x7F) if chr(number) not in "\t\n"]
+REFUSED = [chr(number) for number in (*range(0x20), 0x7F) if chr(number) not in "\t\n\r"]
 
 AWKWARD = [
     "", " ", "\t", "\n", "\n\n\n", " \t\n leading and trailing \n\t ", "\\", "\\\\", "\\n", "\\N",
@@ -112,10 +112,25 @@ class Texts(RoundTripTest):
                 self.assert_holds(self.get_and_list(identifier), **texts, **kept)
                 self.assert_one_plain_event(identifier)
 
+    def test_line_breaks_of_every_kind_come_back_as_line_feeds(self):
+        identifier = self.create()
+        for number, text in enumerate(["\r\n", "\r", "a\r\nb\rc\nd", "\r\r\n\n\r", "tail\r",
+                                       "\r\nhead", "x" * 73 + "\r\n" + "y" * 73 + "\r",
+                                       "\r\n" * 5_000, "x\r\nEND:VEVENT\rEND:VCALENDAR"]):
+            with self.subTest(text=text[:80]):
+                read = text.replace("\r\n", "\n").replace("\r", "\n")
+                raw = number % 2 == 0
+                created = self.try_to_create(raw=raw, **dict.fromkeys(FIELDS, text))["id"]
+                self.update(identifier, raw=raw, **dict.fromkeys(FIELDS, text))
+                for each in (created, identifier):
+                    self.assert_holds(self.get_and_list(each), **dict.fromkeys(FIELDS, read))
+                    self.assert_one_plain_event(each)
+                self.answer("cancel-event", dict(id=created))
+
     def test_control_characters_are_refused(self):
         identifier = self.create(title="Kept", location="Kept", notes="Kept")
         before = self.files()
-        for character in [*REFUSED, "\r\n"]:
+        for character in [*REFUSED, "\r\n\0"]:
             for number, field in enumerate(FIELDS):
                 text = ("{}x", "x{}", "x{}y")[number].format(character)
                 with self.subTest(character=character, field=field):

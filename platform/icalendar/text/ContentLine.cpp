@@ -124,22 +124,24 @@ std::string decodeText(std::string_view value) {
 bool canHoldText(std::string_view text) {
     return std::none_of(text.begin(), text.end(), [](char c) {
         const auto byte = static_cast<unsigned char>(c);
-        return (byte < 0x20 && c != '\t' && c != '\n') || byte == 0x7F;
+        return (byte < 0x20 && c != '\t' && c != '\n' && c != '\r') || byte == 0x7F;
     });
 }
 
 std::string encodeText(std::string_view text) {
     std::string encoded;
     encoded.reserve(text.size());
+    char last = '\0';
     for (const char c : text) {
         if (c == '\\' || c == ',' || c == ';') {
             encoded += '\\';
         }
-        if (c == '\n') {
+        if (c == '\r' || (c == '\n' && last != '\r')) {
             encoded += "\\n";
-        } else {
+        } else if (c != '\n') {
             encoded += c;
         }
+        last = c;
     }
     return encoded;
 }

@@ -49,11 +49,11 @@ inline bool equalsIgnoringCase(std::string_view left, std::string_view right) {
 // backslash before any other character stays as it is.
 std::string decodeText(std::string_view value);
 
-// Whether TEXT can hold this exactly: every control character but tab and line feed cannot be
-// written, a carriage return included.
+// Whether TEXT can hold this: of the control characters, tab and line breaks only.
 bool canHoldText(std::string_view text);
 
-// Writes a TEXT value; the text must be one that canHoldText.
+// Writes a TEXT value; the text must be one that canHoldText. Its line breaks, be they CRLF, CR or
+// LF, all become the one that TEXT knows.
 std::string encodeText(std::string_view text);
 
 // One content line folded at 75 octets without splitting a UTF-8 character (section 3.1), each

@@ -1184,7 +1184,7 @@ TEST(Texts, CannotBecomePropertiesOrComponents) {
 TEST(Refusals, AreOfEveryTextThatCannotBeHeld) {
     const std::string text = eventStream(hour + "SUMMARY:old\n");
     for (const std::string& bad :
-        {std::string("a\0b", 3), std::string("a\rb"), std::string("a\r\nb"), std::string("\x1B[0m"),
+        {std::string("a\0b", 3), std::string("a\r\n\x01"), std::string("\x1B[0m"),
             std::string("\x7F"), std::string("\x0B"), std::string(1, '\0')}) {
         for (const auto member :
             {&EventChanges::title, &EventChanges::location, &EventChanges::notes}) {
