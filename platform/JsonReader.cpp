@@ -1,25 +1,39 @@
 #include "platform/JsonReader.h"
 
+#include "platform/JsonInteger.h"
+
 #include <algorithm>
 #include <limits>
+#include <map>
 
 #include <nlohmann/json.hpp>
 
 namespace quenbrook::platform {
 namespace {
 
-// The parser's own descriptions are dropped: they quote raw bytes of the text.
-struct SyntaxError {
-    std::size_t offset = 0;
-    bool numberOutOfRange = false;
+// What the parser holds a number with a fraction or an exponent in. Only the literal counts here:
+// one beyond what a double can hold must not stop the parser, which asks whether it is finite.
+struct FloatingPoint {
+    FloatingPoint() = default;
+    FloatingPoint(double number) // NOLINT(google-explicit-constructor): as the parser has it
+        : value(number) {}
+    operator double&() { return value; }  // NOLINT(google-explicit-constructor)
+    operator double() const { return 0; } // NOLINT(google-explicit-constructor)
+
+    double value;
 };
+
+using Json = nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t,
+    std::uint64_t, FloatingPoint>;
 
 // What the parser calls; hands every value on to the sink of the container it stands in.
 class Events {
   public:
     explicit Events(JsonSink& root) { sinks_.push_back(&root); }
 
-    const std::optional<SyntaxError>& error() const { return error_; }
+    // The offset of the byte at which the text is found to be no JSON. The parser's own
+    // descriptions are dropped: they quote raw bytes of the text.
+    const std::optional<std::size_t>& error() const { return error_; }
 
     bool null() { return scalar(nullptr); }
     bool boolean(bool value) { return scalar(value); }
@@ -29,11 +43,14 @@ class Events {
         return value <= largest ? scalar(static_cast<std::int64_t>(value))
                                 : scalar(JsonOtherNumber{});
     }
-    bool number_float(double, const std::string&) { return scalar(JsonOtherNumber{}); }
+    bool number_float(const FloatingPoint&, const std::string& literal) {
+        const auto value = integerValueOf(literal);
+        return value ? scalar(*value) : scalar(JsonOtherNumber{});
+    }
     bool string(std::string& value) {
         return passedOver_ > 0 || scalar(JsonScalar(std::move(value)));
     }
-    bool binary(const nlohmann::json::binary_t&) { return false; }
+    bool binary(const Json::binary_t&) { return false; }
 
     bool start_object(std::size_t) { return open(JsonContainer::object); }
     bool start_array(std::size_t) { return open(JsonContainer::array); }
@@ -46,11 +63,9 @@ class Events {
         return true;
     }
 
-    bool parse_error(
-        std::size_t position, const std::string&, const nlohmann::json::exception& error) {
-        constexpr int outOfRange = 406;
+    bool parse_error(std::size_t position, const std::string&, const Json::exception&) {
         // The position counts the bytes read, the offending one included.
-        error_ = SyntaxError{position == 0 ? 0 : position - 1, error.id == outOfRange};
+        error_ = position == 0 ? 0 : position - 1;
         return false;
     }
 
@@ -90,16 +105,16 @@ class Events {
     std::vector<std::unique_ptr<JsonSink>> owned_;
     // How many open containers nobody takes the parts of.
     std::size_t passedOver_ = 0;
-    std::optional<SyntaxError> error_;
+    std::optional<std::size_t> error_;
 };
 
-std::optional<SyntaxError> parse(std::string_view text, JsonSink& root) {
+std::optional<std::size_t> parse(std::string_view text, JsonSink& root) {
     // A NUL byte stands nowhere in a JSON text, but the parser takes it for the end.
     if (const std::size_t nul = text.find('\0'); nul != std::string_view::npos) {
-        return SyntaxError{nul, false};
+        return nul;
     }
     Events events(root);
-    nlohmann::json::sax_parse(text.data(), text.data() + text.size(), &events);
+    Json::sax_parse(text.data(), text.data() + text.size(), &events);
     return events.error();
 }
 
@@ -114,12 +129,9 @@ std::string placeOf(std::string_view text, std::size_t offset) {
            " (byte offset " + std::to_string(offset) + ")";
 }
 
-JsonFailure describe(std::string_view text, SyntaxError error) {
-    const std::size_t offset = std::min(error.offset, text.size());
+JsonFailure describe(std::string_view text, std::size_t error) {
+    const std::size_t offset = std::min(error, text.size());
     const std::string place = placeOf(text, offset);
-    if (error.numberOutOfRange) {
-        return {"", "holds a number too large to be read at " + place};
-    }
     if (offset == text.size()) {
         return {"", "is not valid JSON: it ends too early, at " + place};
     }

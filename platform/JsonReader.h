@@ -31,8 +31,7 @@ struct JsonFailure {
     std::string sentence() const;
 };
 
-// A number that is not a signed 64-bit integer literal: it has a fraction or an exponent, or is too
-// large.
+// A number whose value is no signed 64-bit integer: it has a fractional part, or is too large.
 struct JsonOtherNumber {};
 
 using JsonScalar = std::variant<std::nullptr_t, bool, std::int64_t, JsonOtherNumber, std::string>;
