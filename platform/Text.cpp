@@ -121,6 +121,10 @@ std::string repairedUTF8(std::string_view text) {
 }
 
 std::string_view trimmed(std::string_view text) {
+    const auto isPlain = [](char c) { return c > ' ' && c < '\x7F'; };
+    if (!text.empty() && isPlain(text.front()) && isPlain(text.back())) {
+        return text;
+    }
     while (!text.empty()) {
         const CodePoint first = firstCodePoint(text);
         if (!isWhiteSpace(first)) {

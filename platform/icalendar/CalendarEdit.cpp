@@ -1,5 +1,6 @@
 #include "platform/icalendar/CalendarEdit.h"
 
+#include "platform/Text.h"
 #include "platform/icalendar/CalendarStream.h"
 #include "platform/icalendar/Neighbourhood.h"
 #include "platform/icalendar/event/EventWriting.h"
@@ -24,7 +25,7 @@ bool definesZone(std::string_view text, const Outline& outline, std::string_view
         outline.timeZones.begin(), outline.timeZones.end(), [&](const TextRange& range) {
             const auto zone = ParsedComponent::parse(text, range);
             const Property* identifier = zone ? (*zone)->first("TZID") : nullptr;
-            return identifier && decodeText(identifier->value) == name;
+            return identifier && decodeText(trimmed(identifier->value)) == name;
         });
 }
 

@@ -1,5 +1,6 @@
 #include "platform/icalendar/Outline.h"
 
+#include "platform/Text.h"
 #include "platform/icalendar/time/DateTime.h"
 
 #include <algorithm>
@@ -94,10 +95,10 @@ class OutlineReader {
         }
         const char first = static_cast<char>(line.front() | 0x20);
         if (first == 'b' && line.size() > 6 && equalsIgnoringCase(line.substr(0, 6), "BEGIN:")) {
-            begin(line.substr(6));
+            begin(trimmed(line.substr(6)));
         } else if (first == 'e' && line.size() > 4 &&
                    equalsIgnoringCase(line.substr(0, 4), "END:")) {
-            end(line.substr(4));
+            end(trimmed(line.substr(4)));
         } else if (depth_ == 1 && isEvent_) {
             property(line, first);
         }

@@ -17,6 +17,7 @@ struct NumberedWord {
 template <std::size_t Size>
 std::int64_t numberOf(
     const std::array<NumberedWord, Size>& table, std::string_view word, std::int64_t otherwise) {
+    word = trimmed(word);
     const auto found = std::find_if(table.begin(), table.end(),
         [&](const NumberedWord& row) { return equalsIgnoringCase(row.word, word); });
     return found == table.end() ? otherwise : found->number;
@@ -60,8 +61,9 @@ std::vector<Participant> participantsOf(const Component& component) {
             continue;
         }
         const auto status = parameterValue(property, "PARTSTAT");
-        participants.push_back({repairedUTF8(property.value), parameterValue(property, "CN"),
-            numberOf(participationStatuses, status.value_or("NEEDS-ACTION"), unknownStatus)});
+        participants.push_back(
+            {repairedUTF8(trimmed(property.value)), parameterValue(property, "CN"),
+                numberOf(participationStatuses, status.value_or("NEEDS-ACTION"), unknownStatus)});
     }
     return participants;
 }
@@ -84,7 +86,8 @@ std::int64_t availabilityOf(const Component& component) {
 std::optional<Instant> lastModifiedOf(const Component& component) {
     const Property* property = component.first("LAST-MODIFIED");
     // Always UTC (RFC 5545 section 3.8.7.3), whether or not the "Z" was forgotten.
-    const auto time = property ? parseDateTime(property->value.substr(0, 15)) : std::nullopt;
+    const auto time =
+        property ? parseDateTime(trimmed(property->value).substr(0, 15)) : std::nullopt;
     return time ? std::optional<Instant>(Instant(time->time_since_epoch())) : std::nullopt;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/icalendar/event/EventWriting.h"
 
+#include "platform/Text.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -88,8 +90,8 @@ std::int64_t sequenceOf(const Component& event) {
     const Property* property = event.first("SEQUENCE");
     std::int64_t sequence = 0;
     if (property) {
-        std::from_chars(
-            property->value.data(), property->value.data() + property->value.size(), sequence);
+        const std::string_view value = trimmed(property->value);
+        std::from_chars(value.data(), value.data() + value.size(), sequence);
     }
     return std::clamp<std::int64_t>(sequence, 0, std::numeric_limits<std::int32_t>::max() - 1);
 }

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <utility>
 
+#include "platform/Text.h"
 #include "platform/icalendar/recurrence/RecurrencePartEffects.h"
 
 namespace quenbrook::platform::icalendar {
@@ -86,7 +87,7 @@ std::optional<WeekdayNumber> readWeekdayNumber(std::string_view text) {
     if (split == 0) {
         return WeekdayNumber{0, *day};
     }
-    const auto ordinal = readSigned<53>(text.substr(0, split));
+    const auto ordinal = readSigned<53>(trimmed(text.substr(0, split)));
     if (!ordinal) {
         return std::nullopt;
     }
@@ -99,7 +100,7 @@ std::optional<std::vector<Entry>> readList(
     std::vector<Entry> list;
     for (std::size_t begin = 0; begin <= text.size();) {
         const auto end = std::min(text.find(',', begin), text.size());
-        const std::optional<Entry> entry = readEntry(text.substr(begin, end - begin));
+        const std::optional<Entry> entry = readEntry(trimmed(text.substr(begin, end - begin)));
         if (!entry || list.size() == longestList) {
             return std::nullopt;
         }
@@ -279,11 +280,13 @@ constexpr std::array<Part, 16> parts{{
     {"SKIP", [](std::string_view value, Recur&) { return value == "OMIT"; }, notWritten},
 }};
 
-bool hasMeaningAtItsFrequency(const Recur& recur) {
-    const bool isNumbered = std::any_of(recur.byDay.begin(), recur.byDay.end(),
-        [](const WeekdayNumber& entry) { return entry.ordinal != 0; });
-    return !hasPartWith(PartEffect::meaningless, recur) &&
-           (!isNumbered || recur.frequency >= Frequency::monthly);
+// Within a week or a day no weekday comes twice: its number means nothing there.
+void dropMeaninglessOrdinals(Recur& recur) {
+    if (recur.frequency < Frequency::monthly) {
+        for (WeekdayNumber& entry : recur.byDay) {
+            entry.ordinal = 0;
+        }
+    }
 }
 
 } // namespace
@@ -292,7 +295,7 @@ std::optional<Recur> parseRecur(std::string_view text) {
     std::string upper;
     upper.reserve(text.size());
     std::transform(text.begin(), text.end(), std::back_inserter(upper), upperCased);
-    std::string_view rest = upper;
+    std::string_view rest = trimmed(upper);
     if (rest.ends_with(';')) {
         rest.remove_suffix(1);
     }
@@ -300,27 +303,29 @@ std::optional<Recur> parseRecur(std::string_view text) {
     Recur recur;
     std::bitset<parts.size()> read;
     for (bool more = true; more;) {
-        const std::string_view part = rest.substr(0, rest.find(';'));
-        more = part.size() < rest.size();
-        rest.remove_prefix(part.size() + (more ? 1 : 0));
+        const std::size_t length = std::min(rest.find(';'), rest.size());
+        const std::string_view part = rest.substr(0, length);
+        more = length < rest.size();
+        rest.remove_prefix(length + (more ? 1 : 0));
 
         const auto equals = std::min(part.find('='), part.size());
         const auto found = std::find_if(parts.begin(), parts.end(),
-            [&](const Part& known) { return known.name == part.substr(0, equals); });
+            [&](const Part& known) { return known.name == trimmed(part.substr(0, equals)); });
         if (found == parts.end() || equals == part.size()) {
             return std::nullopt;
         }
         const auto index = static_cast<std::size_t>(found - parts.begin());
-        if (read.test(index) || !found->read(part.substr(equals + 1), recur)) {
+        if (read.test(index) || !found->read(trimmed(part.substr(equals + 1)), recur)) {
             return std::nullopt;
         }
         read.set(index);
     }
 
     static_assert(parts.front().name == "FREQ");
-    if (!read.test(0) || !hasMeaningAtItsFrequency(recur)) {
+    if (!read.test(0) || hasPartWith(PartEffect::meaningless, recur)) {
         return std::nullopt;
     }
+    dropMeaninglessOrdinals(recur);
     return recur;
 }
 

@@ -60,7 +60,8 @@ struct Recur {
 };
 
 // Reads the value of an RRULE property; nothing when it is no valid rule. Letter case and the order
-// of the parts do not matter, and one semicolon may follow the last part.
+// of the parts do not matter, nor does white space around parts, values and entries of lists, and
+// one semicolon may follow the last part.
 //
 // A rule is valid when it can only be understood in one way:
 // - Every part is one of RFC 5545 section 3.3.10, written once, with values in the ranges given
@@ -69,10 +70,11 @@ struct Recur {
 // - RSCALE and SKIP (RFC 7529) are accepted where they ask for nothing new, as GREGORIAN and OMIT.
 //   They are not kept.
 // - No part stands where the RFC gives it no meaning: BYWEEKNO outside YEARLY, BYYEARDAY in DAILY,
-//   WEEKLY and MONTHLY, BYMONTHDAY in WEEKLY, a BYDAY with a number outside MONTHLY and YEARLY.
+//   WEEKLY and MONTHLY, BYMONTHDAY in WEEKLY.
 // What the RFC forbids although its meaning is plain is accepted: COUNT together with UNTIL,
-// BYSETPOS without another BY part, and a BYDAY with a number next to BYWEEKNO (no weekday comes
-// twice in a week, so the number is passed over).
+// BYSETPOS without another BY part, and a BYDAY with a number outside MONTHLY and YEARLY or next to
+// BYWEEKNO (no weekday comes twice in a week, so the number is passed over; outside MONTHLY and
+// YEARLY it is not kept).
 std::optional<Recur> parseRecur(std::string_view text);
 
 // Writes the value of an RRULE property, parts in the order FREQ, INTERVAL (left out when 1),

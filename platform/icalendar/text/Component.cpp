@@ -1,5 +1,7 @@
 #include "platform/icalendar/text/Component.h"
 
+#include "platform/Text.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -84,14 +86,14 @@ std::optional<ParsedComponent> ParsedComponent::parse(std::string_view text, Tex
                 return std::nullopt;
             }
             Component& child = open.empty() ? parsed.root_ : open.back()->components.emplace_back();
-            child.name = content->value;
+            child.name = trimmed(content->value);
             child.range.begin = line->range.begin;
             open.push_back(&child);
         } else if (open.empty()) {
             return std::nullopt;
         } else if (equalsIgnoringCase(content->name, "END")) {
             Component& ended = *open.back();
-            if (!equalsIgnoringCase(content->value, ended.name)) {
+            if (!equalsIgnoringCase(trimmed(content->value), ended.name)) {
                 return std::nullopt;
             }
             ended.bodyEnd = line->range.begin;

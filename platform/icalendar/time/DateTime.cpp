@@ -1,5 +1,7 @@
 #include "platform/icalendar/time/DateTime.h"
 
+#include "platform/Text.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -93,6 +95,7 @@ std::optional<LocalTime> parseDateTime(std::string_view text) {
 }
 
 std::optional<seconds> parseUtcOffset(std::string_view text) {
+    text = trimmed(text);
     if ((text.size() != 5 && text.size() != 7) || (text[0] != '+' && text[0] != '-')) {
         return std::nullopt;
     }
@@ -104,6 +107,7 @@ std::optional<seconds> parseUtcOffset(std::string_view text) {
 }
 
 std::optional<Duration> parseDuration(std::string_view text) {
+    text = trimmed(text);
     const bool negative = text.starts_with('-');
     if (negative || text.starts_with('+')) {
         text.remove_prefix(1);
@@ -146,6 +150,7 @@ std::optional<Duration> parseDuration(std::string_view text) {
 
 std::optional<DateTime> parseDateTimeValue(
     const ContentLine& line, std::string_view value, TimeZones& zones) {
+    value = trimmed(value);
     if (const auto date = parseDate(value)) {
         return DateTime{
             LocalTime(date->time_since_epoch()), DateTime::Form::date, zones.local(), {}};

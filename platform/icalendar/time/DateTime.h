@@ -44,7 +44,7 @@ std::optional<std::chrono::sys_days> parseDate(std::string_view text);
 // The wall-clock part of a DATE-TIME, without a final "Z". A 60th second counts as the 59th.
 std::optional<LocalTime> parseDateTime(std::string_view text);
 
-// A signed UTC-OFFSET (section 3.3.14).
+// A signed UTC-OFFSET (section 3.3.14). Around this and what follows white space is passed over.
 std::optional<std::chrono::seconds> parseUtcOffset(std::string_view text);
 
 // Nothing also for a duration of more than 10,000 years.

@@ -1,5 +1,6 @@
 #include "platform/icalendar/time/VTimeZone.h"
 
+#include "platform/Text.h"
 #include "platform/icalendar/recurrence/RecurrenceExpansion.h"
 #include "platform/icalendar/time/DateTime.h"
 
@@ -56,10 +57,14 @@ void addRuleOnsets(const Recur& rule, LocalTime start, Observance& observance, W
     }
 }
 
+std::optional<LocalTime> parseOnset(std::string_view value) {
+    return parseDateTime(trimmed(value).substr(0, 15));
+}
+
 void addListedOnsets(std::string_view values, Observance& observance) {
     while (!values.empty() && observance.onsets.size() < maximumChanges) {
         const std::size_t end = std::min(values.find(','), values.size());
-        if (const auto onset = parseDateTime(values.substr(0, std::min<std::size_t>(end, 15)))) {
+        if (const auto onset = parseOnset(values.substr(0, end))) {
             observance.onsets.push_back(*onset);
         }
         values.remove_prefix(std::min(end + 1, values.size()));
@@ -70,7 +75,7 @@ std::optional<Observance> readObservance(const Component& component, WorkBudget&
     const Property* start = component.first("DTSTART");
     const Property* from = component.first("TZOFFSETFROM");
     const Property* to = component.first("TZOFFSETTO");
-    const auto onset = start ? parseDateTime(start->value.substr(0, 15)) : std::nullopt;
+    const auto onset = start ? parseOnset(start->value) : std::nullopt;
     const auto before = from ? parseUtcOffset(from->value) : std::nullopt;
     const auto after = to ? parseUtcOffset(to->value) : std::nullopt;
     if (!onset || !before || !after) {

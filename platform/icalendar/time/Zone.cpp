@@ -1,6 +1,7 @@
 #include "platform/icalendar/time/Zone.h"
 
 #include "platform/LocalTimeZone.h"
+#include "platform/Text.h"
 #include "platform/icalendar/text/Component.h"
 #include "platform/icalendar/time/VTimeZone.h"
 
@@ -144,7 +145,7 @@ Zone TimeZones::named(const std::string& identifier) {
     if (found != known_.end()) {
         return found->second;
     }
-    return known_.emplace(identifier, resolve(identifier)).first->second;
+    return known_.emplace(identifier, resolve(std::string(trimmed(identifier)))).first->second;
 }
 
 Zone TimeZones::resolve(const std::string& identifier) {
@@ -183,7 +184,7 @@ void TimeZones::nameDefinitions() {
         const auto component = ParsedComponent::parse(text_, range);
         const Property* name = component ? (*component)->first("TZID") : nullptr;
         if (name) {
-            definitionsByName_.emplace(decodeText(name->value), &range);
+            definitionsByName_.emplace(decodeText(trimmed(name->value)), &range);
         }
     }
 }

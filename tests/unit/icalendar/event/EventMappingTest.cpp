@@ -41,6 +41,17 @@ TEST(MappedEvents, TellAbsentTextsFromEmptyOnes) {
     EXPECT_EQ(empty.notes, "");
 }
 
+TEST(MappedEvents, KeepTheWhiteSpaceOfTextsOnly) {
+    const Event event = eventWith("SUMMARY: a \nLOCATION:b\t\nDESCRIPTION: \n"
+                                  "ATTENDEE;CN=Jane :mailto:j@example.org \n"
+                                  "LAST-MODIFIED:20260105T100000Z \n");
+    EXPECT_EQ(event.title, " a ");
+    EXPECT_EQ(event.location, "b\t");
+    EXPECT_EQ(event.notes, " ");
+    EXPECT_EQ(event.participants, (std::vector<Participant>{{"mailto:j@example.org", "Jane ", 1}}));
+    EXPECT_EQ(event.lastModified, at("2026-01-05T10:00:00Z"));
+}
+
 TEST(MappedEvents, DoNotTakeTheTextsOfTheirAlarms) {
     const Event event = eventWith(
         "BEGIN:VALARM\nSUMMARY:alarm\nDESCRIPTION:alarm\nATTENDEE:mailto:a@b\nEND:VALARM\n");
@@ -65,7 +76,7 @@ constexpr StatusCase statusCases[] = {
     {";PARTSTAT=\"ACCEPTED\"", 2},
     {";PARTSTAT=X-MAYBE", 0},
     {";PARTSTAT=", 0},
-    {";PARTSTAT=ACCEPTED ", 0},
+    {";PARTSTAT=ACCEPTED ", 2},
 };
 
 TEST(MappedParticipants, HaveTheNumberOfTheirStatus) {
@@ -101,6 +112,8 @@ constexpr AvailabilityCase availabilityCases[] = {
     {"X-MICROSOFT-CDO-BUSYSTATUS:TENTATIVE\n", 2},
     {"X-MICROSOFT-CDO-BUSYSTATUS:OOF\n", 3},
     {"X-MICROSOFT-CDO-BUSYSTATUS:oof\n", 3},
+    {"X-MICROSOFT-CDO-BUSYSTATUS:OOF \n", 3},
+    {"TRANSP:TRANSPARENT\t\n", 1},
     {"TRANSP:TRANSPARENT\nX-MICROSOFT-CDO-BUSYSTATUS:OOF\n", 3},
     {"X-MICROSOFT-CDO-BUSYSTATUS:BUSY\nTRANSP:TRANSPARENT\n", 0},
 };

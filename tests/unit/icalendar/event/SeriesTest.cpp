@@ -347,6 +347,72 @@ TEST(RecurrenceSets, ReadTimesWithoutAZoneByTheClockOfTheirSeries) {
     expectSpans(cases);
 }
 
+// What programs let stand at the ends of lines, and between the entries of a list.
+constexpr std::string_view clean = R"(BEGIN:VTIMEZONE
+TZID:Own
+BEGIN:STANDARD
+DTSTART:20261004T030000
+TZOFFSETFROM:+0500
+TZOFFSETTO:+0400
+RDATE:20271003T030000
+END:STANDARD
+BEGIN:DAYLIGHT
+DTSTART:20260329T020000
+TZOFFSETFROM:+0400
+TZOFFSETTO:+0500
+RRULE:FREQ=YEARLY;BYMONTH=3;BYDAY=-1SU;UNTIL=20280101T000000Z
+END:DAYLIGHT
+END:VTIMEZONE
+BEGIN:VEVENT
+UID:e
+DTSTART;TZID=Own:20260105T100000
+DURATION:PT1H
+RRULE:FREQ=WEEKLY;COUNT=9;BYDAY=MO,TU,WE
+EXDATE;TZID=Own:20260106T100000,20260107T100000
+RDATE;TZID=Own:20260710T100000,20260711T100000/PT2H
+BEGIN:VALARM
+ACTION:DISPLAY
+END:VALARM
+END:VEVENT
+BEGIN:VEVENT
+UID:e
+RECURRENCE-ID;TZID=Own:20260112T100000
+DTSTART;TZID=Own:20260112T150000
+DTEND;TZID=Own:20260112T160000
+END:VEVENT
+BEGIN:VEVENT
+UID:day
+DTSTART;VALUE=DATE:20260501
+DTEND;VALUE=DATE:20260503
+END:VEVENT
+)";
+
+TEST(WhiteSpace, IsPassedOverWhereNoTextIsMeant) {
+    const auto spans = [](const std::string& text) {
+        return spansIn(text, "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z");
+    };
+    const auto expected = spans(stream(clean));
+    ASSERT_EQ(expected.size(), 10u);
+    for (const std::string_view blanks : {" ", "\t", "   ", "\r", "\xC2\xA0", "\r\n ", "\r\n  "}) {
+        std::string text;
+        for (const std::string& line : test::linesOf(stream(clean))) {
+            text += line.substr(0, line.size() - 2);
+            // A UID is a text.
+            text += line.starts_with("UID:") ? "" : blanks;
+            text += "\r\n";
+        }
+        EXPECT_EQ(spans(text), expected) << '"' << blanks << '"';
+    }
+    for (const std::string_view blanks : {" ", "\t", "\r\n  "}) {
+        std::string text;
+        for (const char c : stream(clean)) {
+            text += c;
+            text += c == ',' ? blanks : "";
+        }
+        EXPECT_EQ(spans(text), expected) << '"' << blanks << '"';
+    }
+}
+
 TEST(RecurrenceSets, TakeTheLengthOfAPeriod) {
     expectSpans({{"periods",
                      "DTSTART:20260105T100000Z\nDTEND:20260105T103000Z\n"

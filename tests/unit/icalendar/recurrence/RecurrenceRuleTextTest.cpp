@@ -80,6 +80,21 @@ const std::array writtenOtherwise{
     TextPair{"FREQ=MONTHLY;BYDAY=+1MO,-01TU", "FREQ=MONTHLY;BYDAY=1MO,-1TU"},
     TextPair{"RSCALE=GREGORIAN;FREQ=MONTHLY;SKIP=OMIT;BYMONTHDAY=31", "FREQ=MONTHLY;BYMONTHDAY=31"},
     TextPair{"FREQ=DAILY;UNTIL=20240101t000000z", "FREQ=DAILY;UNTIL=20240101T000000Z"},
+    // White space at the ends and between parts and entries.
+    TextPair{" FREQ=DAILY", "FREQ=DAILY"},
+    TextPair{"FREQ=DAILY;COUNT=3 ", "FREQ=DAILY;COUNT=3"},
+    TextPair{"FREQ=DAILY;COUNT=3;\t\r", "FREQ=DAILY;COUNT=3"},
+    TextPair{"FREQ=WEEKLY;BYDAY=MO, TU, WE", "FREQ=WEEKLY;BYDAY=MO,TU,WE"},
+    TextPair{"FREQ=MONTHLY ; BYDAY = 1 MO , -1 FR ; UNTIL = 20240101 ",
+        "FREQ=MONTHLY;UNTIL=20240101;BYDAY=1MO,-1FR"},
+    TextPair{"FREQ=MONTHLY;BYMONTHDAY=1,\xC2\xA0"
+             "2",
+        "FREQ=MONTHLY;BYMONTHDAY=1,2"},
+    // A number where no weekday comes twice.
+    TextPair{"FREQ=WEEKLY;BYDAY=1MO", "FREQ=WEEKLY;BYDAY=MO"},
+    TextPair{"FREQ=WEEKLY;BYDAY=-1SU,TU,5WE", "FREQ=WEEKLY;BYDAY=SU,TU,WE"},
+    TextPair{"BYDAY=2TU;FREQ=DAILY", "FREQ=DAILY;BYDAY=TU"},
+    TextPair{"FREQ=HOURLY;BYDAY=1MO", "FREQ=HOURLY;BYDAY=MO"},
 };
 
 TEST(ParseRecur, ReadsWhatIsWrittenOtherwise) {
@@ -127,9 +142,13 @@ const std::array invalid{
     "FREQ=DAILY;COUNT",
     "FREQ=DAILY;=1",
     "FREQ=DAILY, COUNT=1",
-    " FREQ=DAILY",
-    "FREQ=DAILY ",
-    "FREQ =DAILY",
+    "F REQ=DAILY",
+    "FREQ=DAI LY",
+    "FREQ=DAILY;COUNT=1 0",
+    "FREQ=MONTHLY;BYMONTHDAY=1 2",
+    "FREQ=MONTHLY;BYMONTHDAY=- 1",
+    "FREQ=MONTHLY;BYMONTHDAY=1, ,2",
+    "FREQ=WEEKLY;BYDAY=MO TU",
     "INTERVAL=1",
     "FREQ=FORTNIGHTLY",
     "FREQ=DAILY;FREQ=DAILY",
@@ -151,7 +170,6 @@ const std::array invalid{
     "FREQ=DAILY;COUNT=0",
     "FREQ=DAILY;COUNT=5x",
     "FREQ=DAILY;COUNT=2147483649",
-    "FREQ=DAILY;COUNT= 5",
     "FREQ=DAILY;BYSECOND=61",
     "FREQ=DAILY;BYSECOND=-1",
     "FREQ=DAILY;BYMINUTE=60",
@@ -176,7 +194,7 @@ const std::array invalid{
     "FREQ=DAILY;BYHOUR=1,",
     "FREQ=DAILY;BYHOUR=,1",
     "FREQ=DAILY;BYHOUR=1,,2",
-    "FREQ=DAILY;BYHOUR=1, 2",
+    "FREQ=DAILY;BYHOUR=1 2",
     "FREQ=DAILY;BYDAY=",
     "FREQ=DAILY;BYDAY=M",
     "FREQ=DAILY;BYDAY=XX",
@@ -210,9 +228,6 @@ const std::array invalid{
     "FREQ=WEEKLY;BYYEARDAY=1",
     "FREQ=DAILY;BYYEARDAY=1",
     "FREQ=WEEKLY;BYMONTHDAY=1",
-    "FREQ=WEEKLY;BYDAY=1MO",
-    "FREQ=DAILY;BYDAY=MO,-1TU",
-    "FREQ=HOURLY;BYDAY=1MO",
 };
 
 TEST(ParseRecur, RefusesWhatIsNoRuleOrHasNoMeaning) {

@@ -70,7 +70,7 @@ struct OffsetCase {
     std::int64_t seconds;
 };
 constexpr OffsetCase offsetCases[] = {{"+0000", 0}, {"+0100", 3600}, {"-0330", -12600},
-    {"+1030", 37800}, {"-000014", -14}, {"+005328", 3208}, {"+2359", 86340}};
+    {"+1030", 37800}, {"-000014", -14}, {"+005328", 3208}, {"+2359", 86340}, {" -0330 ", -12600}};
 constexpr std::string_view noOffsets[] = {"", "0100", "+01", "+010", "+01:00", "+2400", "+0160",
     "+01000", "--100", "+ 100", "Z", "+01000x"};
 
@@ -102,9 +102,10 @@ constexpr DurationCase durationCases[] = {
     {"P1DT2H", 1, 7200},
     {"PT1H1M1S", 0, 3661},
     {"P3660000D", 3'660'000, 0},
+    {" P1D\t", 1, 0},
 };
 constexpr std::string_view noDurations[] = {"", "P", "-P", "PT", "P1", "1D", "PD", "P1H", "PT1D",
-    "P1DT", "P-1D", "PT1.5H", "P1Y", "P1M", "--P1D", "P1D ", " P1D", "P1DX", "PTT1H", "PT1HT1M",
+    "P1DT", "P-1D", "PT1.5H", "P1Y", "P1M", "--P1D", "P 1D", "P1D X", "P1DX", "PTT1H", "PT1HT1M",
     "P99999999999999999999D", "P3660001D", "P999999999W", "PT999999999H", "P1D,P2D"};
 
 TEST(Durations, CountDaysApartFromSeconds) {
@@ -166,6 +167,11 @@ constexpr ValueCase valueCases[] = {
         "2026-07-01T16:00:00Z"},
     {"tzid=\"America/New_York\"", "20260701T120000", DateTime::Form::zoned, "America/New_York",
         "2026-07-01T16:00:00Z"},
+    {"VALUE=DATE", "20260701 ", DateTime::Form::date, "", "2026-06-30T22:00:00Z"},
+    {"", " 20260701T120000\t", DateTime::Form::floating, "", "2026-07-01T10:00:00Z"},
+    {"", "20260701T120000Z \r", DateTime::Form::utc, "", "2026-07-01T12:00:00Z"},
+    {"TZID=America/New_York ", "20260701T120000", DateTime::Form::zoned, "America/New_York ",
+        "2026-07-01T16:00:00Z"},
     {"TZID=Nowhere", "20260701T120000", DateTime::Form::zoned, "Nowhere", "2026-07-01T10:00:00Z"},
 };
 
@@ -187,8 +193,9 @@ TEST_F(DateTimeValues, MeanInstantsByTheirFormAndZone) {
 }
 
 TEST_F(DateTimeValues, ThatCannotBeReadAreNone) {
-    for (const std::string_view value : {"", "Z", "20260701T", "20260701T1200", "20260701T120000ZZ",
-             "20260701T120000+0200", "20260701Z", "20260230", "tomorrow"}) {
+    for (const std::string_view value :
+        {"", "Z", "20260701T", "20260701T1200", "20260701T120000ZZ", "20260701T120000+0200",
+            "20260701Z", " ", "20260701T120000 Z", "2026 0701", "20260230", "tomorrow"}) {
         EXPECT_FALSE(parseDateTimeValue({"DTSTART", "", ""}, value, zones_)) << value;
     }
 }
