@@ -57,8 +57,13 @@ void addRuleOnsets(const Recur& rule, LocalTime start, Observance& observance, W
     }
 }
 
+// A date means its midnight. Whatever follows the time (a "Z", the end of a period) does not count.
 std::optional<LocalTime> parseOnset(std::string_view value) {
-    return parseDateTime(trimmed(value).substr(0, 15));
+    value = trimmed(value);
+    if (const auto date = parseDate(value)) {
+        return LocalTime(date->time_since_epoch());
+    }
+    return parseDateTime(value.substr(0, 15));
 }
 
 void addListedOnsets(std::string_view values, Observance& observance) {

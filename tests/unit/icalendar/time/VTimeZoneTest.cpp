@@ -101,6 +101,37 @@ constexpr UntilCase untilCases[] = {
     {"20060325", false},
 };
 
+struct OnsetCase {
+    std::string_view onset;
+    std::string_view additions;
+};
+constexpr OnsetCase onsetCases[] = {
+    {"DTSTART:20260329T000000", "RDATE:20270328T000000"},
+    {"DTSTART;VALUE=DATE:20260329", "RDATE;VALUE=DATE:20270328"},
+    {"DTSTART;VALUE=DATE:20260329 ", "RDATE;VALUE=DATE:20270328 "},
+    {"DTSTART:20260329", "RDATE:20270328"},
+    {"DTSTART:20260329T000000Z", "RDATE;VALUE=PERIOD:20270328T000000/PT1H"},
+    {"DTSTART;VALUE=DATE:20260329", "RRULE:FREQ=YEARLY;BYMONTH=3;BYDAY=-1SU;UNTIL=20270328"},
+};
+
+TEST(ReadingVTimeZones, TakesADateForItsMidnight) {
+    for (const OnsetCase& row : onsetCases) {
+        const auto zone = readBack("BEGIN:VTIMEZONE\nTZID:x\nBEGIN:STANDARD\n"
+                                   "DTSTART;VALUE=DATE:20261025\n"
+                                   "TZOFFSETFROM:+0200\nTZOFFSETTO:+0100\nEND:STANDARD\n"
+                                   "BEGIN:DAYLIGHT\n" +
+                                   std::string(row.onset) + "\n" + std::string(row.additions) +
+                                   "\nTZOFFSETFROM:+0100\nTZOFFSETTO:+0200\nEND:DAYLIGHT\n"
+                                   "END:VTIMEZONE\n");
+        ASSERT_TRUE(zone) << row.onset;
+        EXPECT_EQ(zone->offsetAt(at("2026-03-28T22:59:59Z")), hours(1)) << row.onset;
+        EXPECT_EQ(zone->offsetAt(at("2026-03-28T23:00:00Z")), hours(2)) << row.onset;
+        EXPECT_EQ(zone->offsetAt(at("2026-10-24T21:59:59Z")), hours(2)) << row.onset;
+        EXPECT_EQ(zone->offsetAt(at("2026-10-24T22:00:00Z")), hours(1)) << row.onset;
+        EXPECT_EQ(zone->offsetAt(at("2027-03-27T23:00:00Z")), hours(2)) << row.additions;
+    }
+}
+
 TEST(ReadingVTimeZones, EndsRulesInEveryFormOfUntil) {
     for (const UntilCase& row : untilCases) {
         const auto zone =
