@@ -41,9 +41,10 @@ class StreamChange {
         : text_(text)
         , lineEnd_(lineEndOf(text))
         , stream_(text)
-        , series_(stream_.series(uid))
+        , series_(stream_.holdsInCalendar(uid) ? stream_.series(uid) : nullptr)
         , edit_(text) {}
 
+    // Null when there is none that may be changed.
     const Series* series() const { return series_.get(); }
     bool hasGivenUp() const { return stream_.hasGivenUp(); }
     std::string result() const { return edit_.result(); }

@@ -12,11 +12,11 @@
 // the file is still what was read, is the store's part. Everything that a change does not carry
 // keeps its bytes, line endings included.
 //
-// Nothing as an answer means that the change is refused: the event is not there (any more), ends
-// before it starts, or would hold what iCalendar cannot (a text with control characters other than
-// tab and line breaks; an alarm more than 2^31 - 1 seconds away; an instant outside of the years
-// 0001 to 9999; more than is read of one event), or more would change with it than that one event.
-// Instants are cut to whole seconds. Only a lack of memory throws.
+// Nothing as an answer means that the change is refused: the event is not there (any more), stands
+// outside of a VCALENDAR, ends before it starts, or would hold what iCalendar cannot (a text with
+// control characters other than tab and line breaks; an alarm more than 2^31 - 1 seconds away; an
+// instant outside of the years 0001 to 9999; more than is read of one event), or more would change
+// with it than that one event. Instants are cut to whole seconds. Only a lack of memory throws.
 //
 // `key` is what CalendarReader.h has handed out for the event, from this text or an earlier one.
 // `now` is the moment of the change, for the stamps.

@@ -1,5 +1,7 @@
 #include "platform/icalendar/CalendarStream.h"
 
+#include <algorithm>
+
 namespace quenbrook::platform::icalendar {
 namespace {
 
@@ -46,6 +48,11 @@ std::unique_ptr<const Series> CalendarStream::series(std::string_view uid) {
         }
     }
     return series(components);
+}
+
+bool CalendarStream::holdsInCalendar(std::string_view uid) const {
+    return std::all_of(outline_.events.begin(), outline_.events.end(),
+        [&](const EventSummary& event) { return event.isInCalendar || event.uid != uid; });
 }
 
 TimeZones& CalendarStream::zones() {

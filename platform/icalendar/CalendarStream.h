@@ -29,6 +29,10 @@ class CalendarStream {
     std::unique_ptr<const Series> series(std::span<const EventSummary* const> components);
     std::unique_ptr<const Series> series(std::string_view uid);
 
+    // Whether all components of this UID stand in a VCALENDAR. Of one that does not, nobody can
+    // tell what other programs would make of a change to it.
+    bool holdsInCalendar(std::string_view uid) const;
+
     // Whether a search was given up at one of the limits: there may be more occurrences than were
     // found.
     bool hasGivenUp() const { return budget_.hasGivenUp(); }

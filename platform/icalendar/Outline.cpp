@@ -12,8 +12,8 @@ namespace {
 using std::chrono::days;
 using std::chrono::sys_days;
 
-// Components that only stand directly in a VCALENDAR: one that begins within another means that the
-// outer one was never closed.
+// Components that do not stand in others but a VCALENDAR: one that begins within another means that
+// the outer one was never closed.
 constexpr std::array<std::string_view, 6> outermost = {
     "VEVENT", "VTODO", "VJOURNAL", "VFREEBUSY", "VTIMEZONE", "VCALENDAR"};
 
@@ -108,20 +108,19 @@ class OutlineReader {
         if (equalsIgnoringCase(name, "VCALENDAR")) {
             abandon();
             inCalendar_ = true;
-        } else if (inCalendar_ && (depth_ == 0 || isOutermost(name))) {
+        } else if (depth_ == 0 || isOutermost(name)) {
             abandon();
             depth_ = 1;
             name_ = name;
             isEvent_ = equalsIgnoringCase(name, "VEVENT");
             event_ = EventSummary{};
             event_.range.begin = lineBegin_;
+            event_.isInCalendar = inCalendar_;
             hasStart_ = hasEnd_ = false;
             start_ = last_ = std::nullopt;
             daysKnown_ = true;
-        } else if (inCalendar_) {
-            ++depth_;
         } else {
-            ++outline_.broken;
+            ++depth_;
         }
     }
 

@@ -26,6 +26,8 @@ struct EventSummary {
     std::optional<DayRange> days;
     // The date written in UNTIL, when there is one rule and it has one.
     std::optional<std::chrono::sys_days> until;
+    // Whether it stands in a VCALENDAR, as it must (RFC 5545 section 3.4).
+    bool isInCalendar = true;
     bool hasRule = false;
     bool hasAddedDates = false;
     // It is an exception that moves others, too.
@@ -36,15 +38,15 @@ struct EventSummary {
     bool mayTouch(const DayRange& wanted) const;
 };
 
-// Where the components of an iCalendar stream (RFC 5545 section 3.4) stand, found in one pass that
-// parses nothing; ranges are of the text that was looked at. Components that are not
-// closed, or not closed properly, are passed over, and so is what stands outside of a VCALENDAR.
+// Where the components of an iCalendar stream (RFC 5545 section 3.4) stand, be they in a VCALENDAR
+// or not, found in one pass that parses nothing; ranges are of the text that was looked at.
+// Components that are not closed, or not closed properly, are passed over.
 struct Outline {
     std::vector<EventSummary> events;
     std::vector<TextRange> timeZones;
     // How many other complete components (VTODO, VJOURNAL, …) there are.
     std::size_t others = 0;
-    // How many components were begun and never properly ended, or stand outside of a VCALENDAR.
+    // How many components were begun and never properly ended.
     std::size_t broken = 0;
 };
 Outline outlineOf(std::string_view text);

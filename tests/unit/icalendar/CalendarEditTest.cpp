@@ -1260,6 +1260,27 @@ TEST(Refusals, AreOfEventsThatAreNotThere) {
     EXPECT_FALSE(updatedStream(eventStream(""), {"e", std::nullopt}, titled("x"), now));
 }
 
+TEST(Refusals, AreOfEventsOutsideOfACalendar) {
+    const std::string bare = test::crlf("BEGIN:VEVENT\nUID:e\n" + hour + "END:VEVENT\n");
+    const std::string exception =
+        test::crlf("BEGIN:VEVENT\nUID:e\n" + hour + "RECURRENCE-ID:20260105T090000Z\nEND:VEVENT\n");
+    EventChanges changes;
+    changes.title = "new";
+    for (const std::string& text :
+        {bare, bare + stream(""), stream("") + bare, eventStream(hour) + exception}) {
+        EXPECT_TRUE(findEvent(text, "e"));
+        EXPECT_FALSE(updated(text, changes)) << text;
+        EXPECT_FALSE(streamWithout(text, {"e", std::nullopt}, now)) << text;
+    }
+    // They keep nobody from changing what stands in one.
+    const std::string beside = test::crlf("BEGIN:VEVENT\nUID:b\n" + hour + "END:VEVENT\n");
+    const auto changed = updated(eventStream(hour) + beside, changes);
+    ASSERT_TRUE(changed);
+    EXPECT_TRUE(changed->ends_with("END:VCALENDAR\r\n" + beside));
+    EXPECT_EQ(
+        streamWithout(eventStream(hour) + beside, {"e", std::nullopt}, now), stream("") + beside);
+}
+
 TEST(Edits, OfOneFieldAfterAnotherKeepBoth) {
     EventChanges notes;
     notes.notes = "notes";

@@ -61,8 +61,13 @@ const std::vector<OutlineCase> outlineCases{
         "BEGIN:VCALENDAR\n@BEGIN:VCALENDAR\n@END:VCALENDAR\n", {"good", "good"}},
     {"a component outside of the calendar",
         "BEGIN:VEVENT\nUID:before\nEND:VEVENT\nBEGIN:VCALENDAR\n@END:VCALENDAR\n"
-        "BEGIN:VEVENT\nUID:after\nEND:VEVENT\n",
+        "BEGIN:VEVENT\nUID:after\nEND:VEVENT\nBEGIN:VTODO\nEND:VTODO\n",
+        {"before", "good", "after"}, 0, 1},
+    {"events without any calendar", "@BEGIN:VTIMEZONE\nEND:VTIMEZONE\n@", {"good", "good"}, 1},
+    {"an event without its END outside of the calendar",
+        "BEGIN:VEVENT\nUID:bad\nBEGIN:VCALENDAR\n@END:VCALENDAR\nBEGIN:X-OWN\nBEGIN:VALARM\n",
         {"good"}, 0, 0, 2},
+    {"a calendar without its BEGIN", "VERSION:2.0\n@END:VCALENDAR\n", {"good"}},
     {"lines that are none",
         "hello\n\nBEGIN:VCALENDAR\nBEGIN\nEND\nBEGIN:\nU\nD\n\n "
         "\n:\n;\n@END:\nEND:VCALENDAR\nbye\n",
@@ -117,6 +122,17 @@ TEST(Outlines, KeepWhatIsGoodBesideWhatIsBroken) {
             EXPECT_EQ(outline.broken, row.broken) << row.description;
         }
     }
+}
+
+TEST(Outlines, TellWhichEventsStandOutsideOfACalendar) {
+    const std::string event(good);
+    const std::string text = event + "BEGIN:VCALENDAR\n" + event + "END:VCALENDAR\n" + event +
+                             "BEGIN:VCALENDAR\n" + event;
+    std::vector<bool> inCalendar;
+    for (const EventSummary& each : outlineOf(text).events) {
+        inCalendar.push_back(each.isInCalendar);
+    }
+    EXPECT_EQ(inCalendar, (std::vector<bool>{false, true, false, true}));
 }
 
 TEST(Outlines, KnowThePlaceOfEveryComponent) {
