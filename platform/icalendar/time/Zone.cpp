@@ -2,6 +2,7 @@
 
 #include "platform/LocalTimeZone.h"
 #include "platform/Text.h"
+#include "platform/WindowsZones.h"
 #include "platform/icalendar/text/Component.h"
 #include "platform/icalendar/time/VTimeZone.h"
 
@@ -154,6 +155,11 @@ Zone TimeZones::resolve(const std::string& identifier) {
     }
     if (auto zone = defined(identifier)) {
         return *zone;
+    }
+    if (const auto name = zoneNameOfWindowsZone(identifier)) {
+        if (auto zone = Zone::system(*name)) {
+            return *zone;
+        }
     }
     std::size_t at = identifier.find('/');
     while (at != std::string::npos) {

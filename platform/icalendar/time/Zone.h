@@ -83,8 +83,8 @@ class TimeZones {
     const Zone& local() const { return local_; }
 
     // From the system's zone data when it knows the name, else the stream's own VTIMEZONE, else
-    // the system's zone whose name the identifier ends in ("/vendor/version/Europe/Berlin"), else
-    // the machine's local zone. No more than 1,000 VTIMEZONE are read.
+    // the system's zone that Windows calls so ("Eastern Standard Time") or whose name the identifier
+    // ends in ("/vendor/version/Europe/Berlin"), else the machine's local zone. No more than 1,000 VTIMEZONE are read.
     Zone named(const std::string& identifier);
 
   private:

@@ -185,6 +185,9 @@ const std::vector<NameCase> nameCases{
     {"/softwarestudio.org/Olson_20011030_5/America/Argentina/Buenos_Aires",
         "America/Argentina/Buenos_Aires"},
     {"vendor/Asia/Tokyo", "Asia/Tokyo"},
+    {"Eastern Standard Time", "America/New_York"},
+    {"W. Europe Standard Time ", "Europe/Berlin"},
+    {"India Standard Time", "Asia/Kolkata"},
     // The machine's zone stands in for what nobody knows.
     {"", "Australia/Lord_Howe"},
     {"Nowhere", "Australia/Lord_Howe"},
@@ -223,7 +226,10 @@ TEST(NamesOfZones, OfManySegmentsAreNotAllLookedFor) {
     expectSameClock(zones.named(identifier), "Australia/Lord_Howe", "a/a/…");
 }
 
-constexpr const char* brokenZone = R"(BEGIN:VTIMEZONE
+constexpr const char* brokenZones = R"(BEGIN:VTIMEZONE
+TZID:Pacific Standard Time
+END:VTIMEZONE
+BEGIN:VTIMEZONE
 TZID:Broken
 BEGIN:STANDARD
 DTSTART:19700101T000000
@@ -236,13 +242,16 @@ END:VTIMEZONE
 TEST(NamesOfZones, PreferTheSystemThenTheFileThenWhatTheNameEndsIn) {
     const std::string text = test::stream(test::tokyoUnderTheName("Europe/Berlin") +
                                           test::tokyoUnderTheName("/vendor/Europe/Berlin") +
-                                          brokenZone + test::tokyoUnderTheName("Semi\\;colon"));
+                                          test::tokyoUnderTheName("Eastern Standard Time") +
+                                          brokenZones + test::tokyoUnderTheName("Semi\\;colon"));
     const Outline outline = outlineOf(text);
     TimeZones zones(*Zone::system("Australia/Lord_Howe"), text, outline.timeZones);
     expectSameClock(zones.named("Europe/Berlin"), "Europe/Berlin", "the system's");
     expectSameClock(zones.named("/vendor/Europe/Berlin"), "Asia/Tokyo", "the file's");
     expectSameClock(zones.named("Semi;colon"), "Asia/Tokyo", "the file's, escaped");
     expectSameClock(zones.named("/other/Europe/Berlin"), "Europe/Berlin", "the end of the name");
+    expectSameClock(zones.named("Eastern Standard Time"), "Asia/Tokyo", "the file's");
+    expectSameClock(zones.named("Pacific Standard Time"), "America/Los_Angeles", "Windows' own");
     expectSameClock(zones.named("Broken"), "Australia/Lord_Howe", "the machine's");
 }
 
