@@ -13,16 +13,28 @@ std::string withoutPathToZoneData(const std::string& path) {
     return at == std::string::npos ? path : path.substr(at + folder.size());
 }
 
+// Where a file that is itself no part of the zone data leads to.
+std::string nameOfFile(const std::string& path) {
+    std::error_code error;
+    return withoutPathToZoneData(std::filesystem::canonical(path, error).string());
+}
+
 } // namespace
 
 std::string localTimeZoneName() {
-    if (const char* variable = std::getenv("TZ")) {
-        // A leading colon means that the name of a file follows.
-        const std::string_view value = variable;
-        return withoutPathToZoneData(std::string(value.substr(value.starts_with(':') ? 1 : 0)));
+    constexpr const char* machinesOwn = "/etc/localtime";
+    const char* const variable = std::getenv("TZ");
+    if (!variable) {
+        return nameOfFile(machinesOwn);
     }
-    std::error_code error;
-    return withoutPathToZoneData(std::filesystem::canonical("/etc/localtime", error).string());
+    // A leading colon means that the name of a file follows.
+    const std::string_view value = variable;
+    const std::string name =
+        withoutPathToZoneData(std::string(value.substr(value.starts_with(':') ? 1 : 0)));
+    // The zone data may have a link to the machine's own file: nobody else knows what it means.
+    return name == "localtime"     ? nameOfFile(machinesOwn)
+           : name.starts_with('/') ? nameOfFile(name)
+                                   : name;
 }
 
 } // namespace quenbrook::platform

@@ -1,5 +1,11 @@
 #include "platform/icalendar/event/EventDates.h"
 
+#include "platform/icalendar/time/VTimeZone.h"
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+
 namespace quenbrook::platform::icalendar {
 namespace {
 
@@ -20,12 +26,36 @@ std::optional<DateTime> dateValue(LocalTime day) {
     return ifInRange({day, DateTime::Form::date, Zone::local(), {}});
 }
 
+constexpr sys_seconds writtenFrom = std::chrono::sys_days(std::chrono::year(1970) / 1 / 1);
+
+// FNV-1a: the same rules have the same name on every machine.
+std::uint32_t hashOf(std::string_view text) {
+    std::uint32_t hash = 2'166'136'261U;
+    for (const char c : text) {
+        hash = (hash ^ static_cast<unsigned char>(c)) * 16'777'619U;
+    }
+    return hash;
+}
+
+// The zone as those have it who read its definition.
+WritingZone withoutName(const Zone& zone) {
+    if (zone.offsetAt(writtenFrom) == seconds(0) && !zone.changeAfter(writtenFrom)) {
+        return {};
+    }
+    const std::string definition = writeVTimeZone("", zone, writtenFrom, "\n");
+    const auto component = ParsedComponent::parse(definition, {0, definition.size()});
+    const auto read = component ? readVTimeZone(**component) : std::nullopt;
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), "Quenbrook/%08X", hashOf(definition));
+    return read ? WritingZone{*read, name.data()} : WritingZone{};
+}
+
 } // namespace
 
 WritingZone WritingZone::local() {
     const auto name = localZoneName();
     const auto zone = name ? Zone::system(*name) : std::nullopt;
-    return zone ? WritingZone{*zone, name} : WritingZone{};
+    return zone ? WritingZone{*zone, name} : withoutName(Zone::local());
 }
 
 std::optional<DateTime> timedValue(Instant instant, const WritingZone& zone) {
@@ -42,7 +72,8 @@ std::optional<DateTime> timedValueLike(const DateTime& existing, Instant instant
         return utcValue(whole);
     }
     const auto value = ifInRange(existing.withInstant(whole));
-    return value && value->instant() == whole ? value : utcValue(whole);
+    const bool isCertain = value && value->instant() == whole && existing.zone.isCertainAt(whole);
+    return isCertain ? value : utcValue(whole);
 }
 
 std::optional<DateTime> firstDay(Instant start) {

@@ -14,7 +14,9 @@ constexpr LocalTime earliestTime = std::chrono::local_days(std::chrono::year(1) 
 constexpr LocalTime latestTime =
     std::chrono::local_days(std::chrono::year(10'000) / 1 / 1) - std::chrono::seconds(1);
 
-// The zone in which new times are written: the machine's, by name. Without a name, UTC.
+// The zone in which new times are written: the machine's, by the name that the zone data has for
+// it. One that has none there is given a name that stands for its rules, as long as its VTIMEZONE
+// can tell them. Without a name, UTC.
 struct WritingZone {
     Zone zone = Zone::utc();
     std::optional<std::string> name;

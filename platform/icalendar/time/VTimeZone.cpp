@@ -27,6 +27,8 @@ struct Observance {
     seconds from;
     seconds to;
     std::vector<LocalTime> onsets;
+    // There may be further ones from here on.
+    std::optional<LocalTime> lookedUntil;
 };
 
 // By the wall clock before the change; a date means the whole day.
@@ -47,13 +49,19 @@ void addRuleOnsets(const Recur& rule, LocalTime start, Observance& observance, W
     expansion.drawOn(budget);
     expansion.endBefore(horizon);
     while (const auto onset = expansion.next()) {
-        if (observance.onsets.size() >= maximumChanges) {
-            return;
-        }
         if (rule.until && *onset > lastOnset(*rule.until, observance.from)) {
             return;
         }
+        if (observance.onsets.size() >= maximumChanges) {
+            observance.lookedUntil = *onset;
+            return;
+        }
         observance.onsets.push_back(*onset);
+    }
+    if (budget.left() <= 0) {
+        observance.lookedUntil = observance.onsets.back();
+    } else if (!rule.until || rule.until->time >= horizon) {
+        observance.lookedUntil = horizon;
     }
 }
 
@@ -86,7 +94,7 @@ std::optional<Observance> readObservance(const Component& component, WorkBudget&
     if (!onset || !before || !after) {
         return std::nullopt;
     }
-    Observance observance{*before, *after, {*onset}};
+    Observance observance{*before, *after, {*onset}, std::nullopt};
     for (const Property& property : component.properties) {
         if (equalsIgnoringCase(property.name, "RDATE")) {
             addListedOnsets(property.value, observance);
@@ -99,10 +107,11 @@ std::optional<Observance> readObservance(const Component& component, WorkBudget&
     return observance;
 }
 
-// How the same change looks year after year: in this month, on this weekday, in these seven days.
+// How the same change looks year after year: in this month, on this weekday in these seven days, or
+// on this one day.
 struct YearlyPattern {
     std::chrono::month month;
-    std::chrono::weekday weekday;
+    std::optional<std::chrono::weekday> weekday;
     unsigned firstDay;
     seconds timeOfDay;
     seconds from;
@@ -128,14 +137,16 @@ std::optional<YearlyPattern> patternOf(std::span<const OffsetTable::Change> chan
     const LocalTime first = onsetOf(changes.front());
     unsigned firstDay = 31;
     unsigned lastDay = 1;
+    bool sameWeekday = true;
     for (std::size_t i = 0; i < changes.size(); ++i) {
         const LocalTime onset = onsetOf(changes[i]);
         const auto date = dateOf(onset);
         firstDay = std::min(firstDay, static_cast<unsigned>(date.day()));
         lastDay = std::max(lastDay, static_cast<unsigned>(date.day()));
+        sameWeekday = sameWeekday && weekdayOf(onset) == weekdayOf(first);
         const bool same =
             date.year() == dateOf(first).year() + std::chrono::years(i) &&
-            date.month() == dateOf(first).month() && weekdayOf(onset) == weekdayOf(first) &&
+            date.month() == dateOf(first).month() &&
             onset - std::chrono::floor<days>(onset) == first - std::chrono::floor<days>(first) &&
             changes[i].before == changes.front().before &&
             changes[i].after == changes.front().after;
@@ -143,10 +154,11 @@ std::optional<YearlyPattern> patternOf(std::span<const OffsetTable::Change> chan
             return std::nullopt;
         }
     }
-    if (lastDay - firstDay != 6) {
+    if (lastDay != firstDay && (lastDay - firstDay != 6 || !sameWeekday)) {
         return std::nullopt;
     }
-    return YearlyPattern{dateOf(first).month(), weekdayOf(first), firstDay,
+    const auto weekday = sameWeekday ? std::optional(weekdayOf(first)) : std::nullopt;
+    return YearlyPattern{dateOf(first).month(), weekday, firstDay,
         first - std::chrono::floor<days>(first), changes.front().before, changes.front().after};
 }
 
@@ -156,12 +168,14 @@ Recur ruleOf(const YearlyPattern& pattern) {
     rule.byMonth = {static_cast<int>(static_cast<unsigned>(pattern.month))};
     const auto lastOfMonth =
         static_cast<unsigned>((std::chrono::year(2001) / pattern.month / std::chrono::last).day());
-    if (pattern.firstDay % 7 == 1 && pattern.firstDay <= 22) {
-        rule.byDay = {{static_cast<int>(pattern.firstDay / 7) + 1, pattern.weekday}};
+    if (!pattern.weekday) {
+        rule.byMonthDay = {static_cast<int>(pattern.firstDay)};
+    } else if (pattern.firstDay % 7 == 1 && pattern.firstDay <= 22) {
+        rule.byDay = {{static_cast<int>(pattern.firstDay / 7) + 1, *pattern.weekday}};
     } else if (pattern.firstDay == lastOfMonth - 6) {
-        rule.byDay = {{-1, pattern.weekday}};
+        rule.byDay = {{-1, *pattern.weekday}};
     } else {
-        rule.byDay = {{0, pattern.weekday}};
+        rule.byDay = {{0, *pattern.weekday}};
         for (unsigned day = pattern.firstDay; day < pattern.firstDay + 7; ++day) {
             rule.byMonthDay.push_back(static_cast<int>(day));
         }
@@ -244,11 +258,16 @@ std::optional<Zone> readVTimeZone(const Component& component) {
     auto table = std::make_shared<OffsetTable>();
     for (const Component& child : component.components) {
         if (table->changes.size() >= maximumChangesOfZone) {
+            table->until = sys_seconds::min();
             break;
         }
         const auto observance = readObservance(child, budget);
         if (!observance) {
             continue;
+        }
+        if (observance->lookedUntil) {
+            table->until = std::min(table->until,
+                sys_seconds(observance->lookedUntil->time_since_epoch()) - observance->from);
         }
         for (const LocalTime onset : observance->onsets) {
             table->changes.push_back({sys_seconds(onset.time_since_epoch()) - observance->from,
@@ -261,6 +280,7 @@ std::optional<Zone> readVTimeZone(const Component& component) {
     std::sort(table->changes.begin(), table->changes.end(),
         [](const auto& left, const auto& right) { return left.at < right.at; });
     table->initial = table->changes.front().before;
+    table->from = table->changes.front().at;
     return Zone::fromTable(std::move(table));
 }
 

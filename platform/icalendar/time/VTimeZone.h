@@ -12,10 +12,11 @@ namespace quenbrook::platform::icalendar {
 
 // The zone that a VTIMEZONE component (RFC 5545 section 3.6.5) defines; nothing when none of its
 // observances can be read. Changes after the year 2200, and more than 2,500 of one observance or
-// 10,000 of all, are not looked at: a zone may not cost more than that.
+// 10,000 of all, are not looked at: a zone may not cost more than that, and is not certain from
+// there on.
 std::optional<Zone> readVTimeZone(const Component& component);
 
-// Writes the VTIMEZONE of a zone of the system's data, right from `from` on: the observance then in
+// Writes the VTIMEZONE of a zone, right from `from` on: the observance then in
 // force, the changes after it one by one as long as they are irregular, and the yearly rules that
 // hold from then on. DAYLIGHT is what puts the clock forward until the next change puts it back;
 // all else is STANDARD. Lines end in `lineEnd`.

@@ -4,9 +4,12 @@
 #include "platform/Text.h"
 #include "platform/WindowsZones.h"
 #include "platform/icalendar/text/Component.h"
+#include "platform/icalendar/time/PosixZone.h"
 #include "platform/icalendar/time/VTimeZone.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <mutex>
 
 namespace quenbrook::platform::icalendar {
 namespace {
@@ -53,6 +56,11 @@ bool isPlainZoneName(std::string_view name) {
            name.find_first_not_of(allowed) == std::string_view::npos;
 }
 
+// What Abseil takes for more than the name of a file.
+bool meansNoFile(std::string_view value) {
+    return value.starts_with("Fixed/") || value.starts_with("file:");
+}
+
 } // namespace
 
 Zone Zone::utc() {
@@ -68,7 +76,23 @@ std::optional<Zone> Zone::system(std::string_view name) {
 }
 
 Zone Zone::local() {
-    return Zone(absl::LocalTimeZone());
+    const char* const variable = std::getenv("TZ");
+    // Without a value the C library looks at this file. A leading colon means nothing to it.
+    std::string value = variable ? variable : "/etc/localtime";
+    value.erase(0, value.starts_with(':') ? 1 : 0);
+
+    // Asked for with every file that is read, by several threads.
+    static std::mutex mutex;
+    static std::map<std::string, Zone> known;
+    const std::lock_guard lock(mutex);
+    const auto found = known.find(value);
+    if (found != known.end()) {
+        return found->second;
+    }
+    absl::TimeZone zone;
+    const bool isFile = !meansNoFile(value) && absl::LoadTimeZone(value, &zone);
+    return known.emplace(value, isFile ? Zone(zone) : readPosixZone(value).value_or(Zone::utc()))
+        .first->second;
 }
 
 Zone Zone::fromTable(std::shared_ptr<const OffsetTable> table) {
@@ -104,12 +128,27 @@ seconds Zone::offsetAt(sys_seconds instant) const {
 }
 
 std::optional<OffsetTable::Change> Zone::changeAfter(sys_seconds instant) const {
+    if (const auto* table = std::get_if<std::shared_ptr<const OffsetTable>>(&rules_)) {
+        const auto next = std::partition_point((*table)->changes.begin(), (*table)->changes.end(),
+            [&](const OffsetTable::Change& change) { return change.at <= instant; });
+        return next == (*table)->changes.end() ? std::nullopt : std::optional(*next);
+    }
     return firstChange(instant, &absl::TimeZone::NextTransition);
 }
 
 std::optional<OffsetTable::Change> Zone::changeUpTo(sys_seconds instant) const {
+    if (const auto* table = std::get_if<std::shared_ptr<const OffsetTable>>(&rules_)) {
+        const auto next = std::partition_point((*table)->changes.begin(), (*table)->changes.end(),
+            [&](const OffsetTable::Change& change) { return change.at <= instant; });
+        return next == (*table)->changes.begin() ? std::nullopt : std::optional(*std::prev(next));
+    }
     // PrevTransition looks strictly before its argument.
     return firstChange(instant + seconds(1), &absl::TimeZone::PrevTransition);
+}
+
+bool Zone::isCertainAt(sys_seconds instant) const {
+    const auto* table = std::get_if<std::shared_ptr<const OffsetTable>>(&rules_);
+    return !table || (instant >= (*table)->from && instant < (*table)->until);
 }
 
 std::optional<OffsetTable::Change> Zone::firstChange(sys_seconds instant, Step step) const {
@@ -130,7 +169,7 @@ std::optional<OffsetTable::Change> Zone::firstChange(sys_seconds instant, Step s
 std::optional<std::string> localZoneName() {
     std::string name = localTimeZoneName();
     const std::optional<Zone> zone = Zone::system(name);
-    if (!zone || name == "UTC" || name == "Etc/UTC") {
+    if (!zone || name == "UTC" || name == "UTC0" || name == "Etc/UTC") {
         return std::nullopt;
     }
     return name;

@@ -17,7 +17,8 @@
 
 namespace quenbrook::platform::icalendar {
 
-// The moments at which a zone that a file defines itself changes its offset, in ascending order.
+// The moments at which a zone that is not in the system's zone data changes its offset, in
+// ascending order.
 struct OffsetTable {
     struct Change {
         std::chrono::sys_seconds at;
@@ -26,6 +27,9 @@ struct OffsetTable {
     };
     std::chrono::seconds initial{0};
     std::vector<Change> changes;
+    // Before and after these nobody has said, or nobody has looked at, what its offset is.
+    std::chrono::sys_seconds from = std::chrono::sys_seconds::min();
+    std::chrono::sys_seconds until = std::chrono::sys_seconds::max();
 };
 
 // The rules by which wall clocks of one place relate to UTC. Cheap to copy.
@@ -35,9 +39,10 @@ class Zone {
     // From the system's zone data; nothing when it has no zone of that name. The name may come from
     // a file: it never leads outside of the zone data.
     static std::optional<Zone> system(std::string_view name);
-    // The machine's own zone.
+    // The machine's own zone: what the C library takes the TZ variable (a name, the path of a file,
+    // or a rule of its own), or else /etc/localtime, to mean. UTC when neither is understood.
     static Zone local();
-    // A file's own.
+    // One that the zone data does not have.
     static Zone fromTable(std::shared_ptr<const OffsetTable> table);
 
     // A wall-clock time that occurs twice means the first; one that is skipped is read with the
@@ -46,11 +51,14 @@ class Zone {
     // What the wall clock shows at an instant.
     LocalTime wallClockAt(std::chrono::sys_seconds instant) const;
 
-    // The first change of the offset after this instant, for zones of the system's data; nothing
-    // when there is none or the zone is a file's own.
+    // The first change of the offset after this instant; nothing when there is none.
     std::optional<OffsetTable::Change> changeAfter(std::chrono::sys_seconds instant) const;
     // The last change at or before this instant, likewise.
     std::optional<OffsetTable::Change> changeUpTo(std::chrono::sys_seconds instant) const;
+
+    // Whether everybody who knows the zone has the same offset at this instant. A zone that a file
+    // defines says nothing of the time before its first change.
+    bool isCertainAt(std::chrono::sys_seconds instant) const;
 
     // How far ahead of UTC (negative: behind) the wall clock is at this instant.
     std::chrono::seconds offsetAt(std::chrono::sys_seconds instant) const;
@@ -83,8 +91,9 @@ class TimeZones {
     const Zone& local() const { return local_; }
 
     // From the system's zone data when it knows the name, else the stream's own VTIMEZONE, else
-    // the system's zone that Windows calls so ("Eastern Standard Time") or whose name the identifier
-    // ends in ("/vendor/version/Europe/Berlin"), else the machine's local zone. No more than 1,000 VTIMEZONE are read.
+    // the system's zone that Windows calls so ("Eastern Standard Time") or whose name the
+    // identifier ends in ("/vendor/version/Europe/Berlin"), else the machine's local zone. No more
+    // than 1,000 VTIMEZONE are read.
     Zone named(const std::string& identifier);
 
   private:

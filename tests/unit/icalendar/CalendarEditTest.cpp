@@ -3,6 +3,7 @@
 #include "platform/icalendar/Outline.h"
 #include "platform/icalendar/time/Zone.h"
 #include "tests/support/ScopedVariable.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/unit/icalendar/CalendarText.h"
 
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <random>
 
@@ -1044,6 +1046,55 @@ TEST(NewStreams, CarryTheMachinesZone) {
             "2027-01-01T11:00:00Z/2027-01-01T12:00:00Z"}));
 }
 
+// A zone that has no name in the zone data: a rule, and a copy of a file of the data.
+TEST(NewStreams, CarryAZoneWithoutAName) {
+    const support::TemporaryFolder folder;
+    const std::filesystem::path copy = folder.path() / "berlin";
+    std::filesystem::copy_file("/usr/share/zoneinfo/Europe/Berlin", copy);
+    for (const std::string& variable : {std::string("EST5EDT4,M3.2.0,M11.1.0"),
+             std::string("<+0330>-3:30"), std::string("<+1030>-10:30<+11>-11,M10.1.0,M4.1.0"),
+             std::string("IST-1GMT0,M10.5.0,M3.5.0/1"), std::string("XXX0YYY,J60/0,J300"),
+             std::string("XXX0YYY,59/0,300"), std::string("IST-2IDT,M3.4.4/26,M10.5.0"),
+             copy.string(), ":" + copy.string()}) {
+        EventChanges changes =
+            newEvent("x", at("2026-02-02T15:00:00Z"), at("2026-02-02T16:00:00Z"));
+        changes.recurrenceRules = {
+            {.frequency = 1, .interval = 5, .end = RecurrenceEnd::withOccurrenceCount(200)}};
+        std::vector<std::string> expected;
+        std::optional<std::string> text;
+        {
+            const support::ScopedTimeZone local(variable);
+            const Zone zone = Zone::local();
+            LocalTime wall = zone.wallClockAt(at("2026-02-02T15:00:00Z"));
+            for (int i = 0; i < 200; ++i, wall += std::chrono::weeks(5)) {
+                expected.push_back(test::written(zone.instantOf(wall)) + "/" +
+                                   test::written(zone.instantOf(wall) + std::chrono::hours(1)));
+            }
+            text = newStream("ABC", changes, now);
+        }
+        ASSERT_TRUE(text);
+        EXPECT_EQ(outlineOf(*text).timeZones.size(), 1u) << *text;
+        for (const char* reader : {"Asia/Tokyo", "America/Santiago", "UTC"}) {
+            const support::ScopedTimeZone elsewhere(reader);
+            EXPECT_EQ(
+                test::spansIn(*text, "2026-01-01T00:00:00Z", "2060-01-01T00:00:00Z"), expected)
+                << variable << "\n"
+                << *text;
+        }
+    }
+}
+
+TEST(NewStreams, AreInUtcWhereTheMachineIs) {
+    for (const char* variable : {"", ":", "UTC", "UTC0", "nonsense", "<ABC>0", "Etc/UTC",
+             "AAA0BBB0,M3.2.0,M11.1.0", "/nowhere"}) {
+        const support::ScopedTimeZone local(variable);
+        const auto text = newStream("ABC", lunch(), now);
+        ASSERT_TRUE(text);
+        EXPECT_NE(text->find("DTSTART:20260701T100000Z\r\n"), std::string::npos) << variable;
+        EXPECT_EQ(outlineOf(*text).timeZones.size(), 0u) << variable;
+    }
+}
+
 struct WholeDayCase {
     std::string zone;
     std::string start;
@@ -1086,10 +1137,12 @@ TEST(NewStreams, OfWholeDaysHoldTheLocalDays) {
 }
 
 TEST(NewStreams, HoldEveryInstantOfTheYearsThatCanBeWritten) {
-    for (const char* zone : {"UTC", "America/St_Johns", "Australia/Lord_Howe", "Europe/Berlin"}) {
+    for (const char* zone : {"UTC", "America/St_Johns", "Australia/Lord_Howe", "Europe/Berlin",
+             "<+0330>-3:30", "NZST-12NZDT,M9.5.0,M4.1.0/3", "XXX0YYY,59/0,300"}) {
         const support::ScopedTimeZone local(zone);
         for (const std::string_view start : {"0001-01-01T00:00:00Z", "0001-01-01T23:59:59Z",
                  "1883-11-18T12:00:00Z", "1916-04-30T21:30:00Z", "1969-12-31T23:59:59Z",
+                 "1970-01-01T00:00:00Z", "2199-07-01T00:00:00Z", "2200-07-01T00:00:00Z",
                  "2400-02-29T12:00:00Z", "9999-12-31T00:00:00Z", "9999-12-31T23:59:59Z"}) {
             const auto text = newStream("e", newEvent("x", at(start), at(start)), now);
             ASSERT_TRUE(text) << zone << start;
@@ -1109,7 +1162,8 @@ TEST(NewStreams, HoldEveryInstantOfTheYearsThatCanBeWritten) {
 }
 
 TEST(NewStreams, HoldEveryInstantAroundAChangeOfTheClock) {
-    for (const char* zone : {"America/St_Johns", "Australia/Lord_Howe", "Europe/Berlin"}) {
+    for (const char* zone : {"America/St_Johns", "Australia/Lord_Howe", "Europe/Berlin",
+             "CET-1CEST,M3.5.0,M10.5.0/3", "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0"}) {
         const support::ScopedTimeZone local(zone);
         auto change = Zone::local().changeAfter(at("2026-01-01T00:00:00Z"));
         for (int changes = 0; changes < 2; ++changes) {

@@ -287,6 +287,7 @@ const std::vector<LocalNameCase> localNameCases{
     {"", std::nullopt},
     {"Nowhere/Nowhere", std::nullopt},
     {"CET-1CEST,M3.5.0,M10.5.0/3", std::nullopt},
+    {"/nowhere", std::nullopt},
     {"../../etc/passwd", std::nullopt},
 };
 
