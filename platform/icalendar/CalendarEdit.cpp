@@ -227,7 +227,9 @@ std::optional<std::string> updatedStream(
     const bool newException =
         series->recurs() && !otherRules && !occurrence->isException() &&
         (occurrence->component->recurs() || occurrence->component->isThisAndFuture);
-    const auto dates = planDates(*occurrence, changes, otherRules || newException);
+    const bool getsRules = changes.recurrenceRules && !changes.recurrenceRules->empty() &&
+                           (otherRules || !series->recurs());
+    const auto dates = planDates(*occurrence, changes, otherRules || newException, getsRules);
     if (!dates) {
         return std::nullopt;
     }

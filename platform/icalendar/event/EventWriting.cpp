@@ -237,7 +237,7 @@ std::optional<PlannedDates> planDates(const EventChanges& changes) {
 }
 
 std::optional<PlannedDates> planDates(
-    const Occurrence& occurrence, const EventChanges& changes, bool all) {
+    const Occurrence& occurrence, const EventChanges& changes, bool all, bool recurs) {
     const EventComponent& event = *occurrence.component;
     const Instant start = changes.start.value_or(Instant(occurrence.span.start));
     const Instant end = changes.end.value_or(Instant(occurrence.span.end));
@@ -248,14 +248,22 @@ std::optional<PlannedDates> planDates(
     const bool isAllDay = changes.isAllDay.value_or(wasAllDay);
     const bool both = all || isAllDay != wasAllDay;
     const DateTime* explicitEnd = std::get_if<DateTime>(&event.extent);
-    const bool startChanges = both || changes.start;
+    const bool asked = changes.start || changes.end;
+    const auto leavesZone = [&](const DateTime& date) { return asked && !date.isZoneKnown; };
+    const bool startChanges = both || changes.start || leavesZone(event.start);
     // An end that follows from the start must be written when the start moves and the end does not.
-    const bool endChanges = both || changes.end || (changes.start && !explicitEnd);
+    const bool endChanges = both || changes.end || (changes.start && !explicitEnd) ||
+                            (explicitEnd && leavesZone(*explicitEnd));
 
     const auto timed = [&](Instant instant, const DateTime& like) {
-        return like.isDate() ? timedValue(instant, WritingZone::local())
-                             : timedValueLike(like, instant);
+        if (like.isDate() || leavesZone(like)) {
+            return timedValue(
+                instant, like.isDate() || recurs ? WritingZone::local() : WritingZone{});
+        }
+        return timedValueLike(like, instant);
     };
+    const bool endIsLikeStart =
+        !explicitEnd || (leavesZone(*explicitEnd) && event.start.isZoneKnown);
     PlannedDates planned;
     if (startChanges) {
         planned.start = isAllDay ? firstDay(start) : timed(start, event.start);
@@ -264,7 +272,7 @@ std::optional<PlannedDates> planDates(
                       std::chrono::floor<seconds>(start) == std::chrono::floor<seconds>(end);
     if (endChanges && !planned.endGoes) {
         planned.end = isAllDay ? dayAfterLast(start, end)
-                               : timed(end, explicitEnd ? *explicitEnd : event.start);
+                               : timed(end, endIsLikeStart ? event.start : *explicitEnd);
     }
     const bool held =
         (!startChanges || planned.start) && (!endChanges || planned.endGoes || planned.end);

@@ -30,9 +30,15 @@ struct PlannedDates {
 // lie outside of the years that can be held.
 std::optional<PlannedDates> planDates(const EventChanges& changes);
 
-// For an occurrence that is there, likewise; `all` asks for both dates whatever the changes carry.
+// For an occurrence that is there, likewise. `all` asks for both dates whatever the changes carry;
+// `recurs` tells whether the component will recur.
+//
+// A date keeps its form and zone, unless it would then mean another instant to anybody: it is
+// written in UTC instead. A zone that is not known here means something to others, so that no date
+// that is asked for is written under its name, and none beside it keeps it: they are in UTC, of an
+// event that recurs in the machine's zone.
 std::optional<PlannedDates> planDates(
-    const Occurrence& occurrence, const EventChanges& changes, bool all);
+    const Occurrence& occurrence, const EventChanges& changes, bool all, bool recurs);
 
 // A whole new VEVENT; nothing when the dates lack a start. `now` becomes its DTSTAMP, CREATED and
 // LAST-MODIFIED. Lines end in `lineEnd`.

@@ -167,7 +167,9 @@ std::optional<DateTime> parseDateTimeValue(
     if (!identifier || identifier->empty()) {
         return DateTime{*time, DateTime::Form::floating, zones.local(), {}};
     }
-    return DateTime{*time, DateTime::Form::zoned, zones.named(*identifier), *identifier};
+    const auto zone = zones.named(*identifier);
+    return DateTime{
+        *time, DateTime::Form::zoned, zone.value_or(zones.local()), *identifier, zone.has_value()};
 }
 
 std::string formatDateTime(const DateTime& value) {

@@ -17,10 +17,13 @@ struct DateTime {
     // Midnight for a date.
     LocalTime time;
     Form form = Form::utc;
-    // What `time` is the wall clock of; the machine's local zone for a date or a floating time.
+    // What `time` is the wall clock of; the machine's local zone for a date, a floating time or one
+    // whose zone is not known.
     Zone zone;
     // The TZID as written; empty unless Form::zoned.
     std::string zoneIdentifier;
+    // Whether anything here knows what the TZID means. To others it may well mean another zone.
+    bool isZoneKnown = true;
 
     bool isDate() const { return form == Form::date; }
     std::chrono::sys_seconds instant() const { return zone.instantOf(time); }

@@ -180,7 +180,7 @@ TimeZones::TimeZones(Zone local, std::string_view text, std::span<const TextRang
     , text_(text)
     , definitions_(definitions) {}
 
-Zone TimeZones::named(const std::string& identifier) {
+std::optional<Zone> TimeZones::named(const std::string& identifier) {
     const auto found = known_.find(identifier);
     if (found != known_.end()) {
         return found->second;
@@ -188,26 +188,26 @@ Zone TimeZones::named(const std::string& identifier) {
     return known_.emplace(identifier, resolve(std::string(trimmed(identifier)))).first->second;
 }
 
-Zone TimeZones::resolve(const std::string& identifier) {
+std::optional<Zone> TimeZones::resolve(const std::string& identifier) {
     if (auto zone = Zone::system(identifier)) {
-        return *zone;
+        return zone;
     }
     if (auto zone = defined(identifier)) {
-        return *zone;
+        return zone;
     }
     if (const auto name = zoneNameOfWindowsZone(identifier)) {
         if (auto zone = Zone::system(*name)) {
-            return *zone;
+            return zone;
         }
     }
     std::size_t at = identifier.find('/');
     while (at != std::string::npos) {
         if (auto zone = Zone::system(std::string_view(identifier).substr(at + 1))) {
-            return *zone;
+            return zone;
         }
         at = identifier.find('/', at + 1);
     }
-    return local_;
+    return std::nullopt;
 }
 
 std::optional<Zone> TimeZones::defined(const std::string& identifier) {

@@ -92,12 +92,12 @@ class TimeZones {
 
     // From the system's zone data when it knows the name, else the stream's own VTIMEZONE, else
     // the system's zone that Windows calls so ("Eastern Standard Time") or whose name the
-    // identifier ends in ("/vendor/version/Europe/Berlin"), else the machine's local zone. No more
-    // than 1,000 VTIMEZONE are read.
-    Zone named(const std::string& identifier);
+    // identifier ends in ("/vendor/version/Europe/Berlin"). No more than 1,000
+    // VTIMEZONE are read.
+    std::optional<Zone> named(const std::string& identifier);
 
   private:
-    Zone resolve(const std::string& identifier);
+    std::optional<Zone> resolve(const std::string& identifier);
     std::optional<Zone> defined(const std::string& identifier);
     void nameDefinitions();
 
@@ -107,7 +107,7 @@ class TimeZones {
     bool definitionsAreNamed_ = false;
     std::map<std::string, const TextRange*> definitionsByName_;
     std::size_t definitionsRead_ = 0;
-    std::map<std::string, Zone> known_;
+    std::map<std::string, std::optional<Zone>> known_;
 };
 
 } // namespace quenbrook::platform::icalendar

@@ -181,7 +181,38 @@ TEST(Updates, OfDatesKeepFormZoneAndParameters) {
         {"an unknown zone",
             "DTSTART;TZID=Nowhere:20260705T100000\nDTEND;TZID=Nowhere:20260705T110000\n",
             starting("2026-07-05T08:30:00Z"),
-            {"-DTSTART;TZID=Nowhere:20260705T100000", "+DTSTART;TZID=Nowhere:20260705T103000"}},
+            {"-DTSTART;TZID=Nowhere:20260705T100000", "+DTSTART:20260705T083000Z",
+                "-DTEND;TZID=Nowhere:20260705T110000", "+DTEND:20260705T090000Z"}},
+        {"an unknown zone with DURATION", "DTSTART;TZID=Nowhere:20260705T100000\nDURATION:PT1H\n",
+            ending("2026-07-05T08:30:00Z"),
+            {"-DTSTART;TZID=Nowhere:20260705T100000", "+DTSTART:20260705T080000Z", "-DURATION:PT1H",
+                "+DTEND:20260705T083000Z"}},
+        {"an unknown zone without an end", "DTSTART;TZID=Nowhere:20260705T100000\n",
+            starting("2026-07-05T07:00:00Z"),
+            {"-DTSTART;TZID=Nowhere:20260705T100000", "+DTSTART:20260705T070000Z",
+                "+DTEND:20260705T080000Z"}},
+        {"an unknown zone of the end",
+            "DTSTART;TZID=Europe/London:20260705T090000\nDTEND;TZID=Nowhere:20260705T110000\n",
+            starting("2026-07-05T08:30:00Z"),
+            {"-DTSTART;TZID=Europe/London:20260705T090000",
+                "+DTSTART;TZID=Europe/London:20260705T093000",
+                "-DTEND;TZID=Nowhere:20260705T110000",
+                "+DTEND;TZID=Europe/London:20260705T100000"}},
+        {"an unknown zone of the start",
+            "DTSTART;TZID=Nowhere:20260705T100000\nDTEND;TZID=Europe/London:20260705T100000\n",
+            ending("2026-07-05T10:00:00Z"),
+            {"-DTSTART;TZID=Nowhere:20260705T100000", "+DTSTART:20260705T080000Z",
+                "-DTEND;TZID=Europe/London:20260705T100000",
+                "+DTEND;TZID=Europe/London:20260705T110000"}},
+        {"an unknown zone of which no date is asked for",
+            "DTSTART;TZID=Nowhere:20260705T100000\nDTEND;TZID=Nowhere:20260705T110000\n",
+            titled("new"), {"+SUMMARY:new"}},
+        {"one of Windows' zones",
+            "DTSTART;TZID=Eastern Standard Time:20260705T100000\n"
+            "DTEND;TZID=Eastern Standard Time:20260705T110000\n",
+            starting("2026-07-05T14:30:00Z"),
+            {"-DTSTART;TZID=Eastern Standard Time:20260705T100000",
+                "+DTSTART;TZID=Eastern Standard Time:20260705T103000"}},
         {"the second pass of a repeated hour, which only UTC can tell",
             "DTSTART;TZID=Europe/Berlin:20261025T010000\nDTEND;TZID=Europe/"
             "Berlin:20261025T040000\n",
@@ -281,6 +312,99 @@ TEST(Updates, DefineAZoneThatOnlyTheEndNames) {
     EXPECT_NE(after->find("DTSTART:20261025T013000Z\r\n"), std::string::npos);
     EXPECT_NE(after->find("DTEND;TZID=Europe/Berlin:20261025T060000\r\n"), std::string::npos);
     EXPECT_EQ(outlineOf(*after).timeZones.size(), 1u);
+}
+
+// Somebody else knows the zone: it is nine hours east of Greenwich.
+constexpr std::string_view nowhere = R"(BEGIN:VTIMEZONE
+TZID:Nowhere
+BEGIN:STANDARD
+DTSTART:19700101T000000
+TZOFFSETFROM:+0900
+TZOFFSETTO:+0900
+END:STANDARD
+END:VTIMEZONE
+)";
+
+std::string withZone(std::string text) {
+    return text.insert(text.find("BEGIN:VEVENT"), test::crlf(nowhere));
+}
+
+TEST(Updates, InAZoneThatIsNotKnownMeanTheSameToThoseWhoKnowIt) {
+    const support::ScopedTimeZone local("America/New_York");
+    const std::string zoned = ";TZID=Nowhere:20260105T";
+    for (const std::string& lines : {"DTSTART" + zoned + "100000\nDTEND" + zoned + "110000\n",
+             "DTSTART" + zoned + "100000\nDURATION:PT1H\n",
+             "DTSTART" + zoned + "100000\nDTEND:20260105T160000Z\n",
+             "DTSTART:20260105T150000Z\nDTEND" + zoned + "110000\n",
+             "DTSTART" + zoned + "100000\nDTEND" + zoned + "110000\nRRULE:FREQ=DAILY;COUNT=3\n"}) {
+        const std::string text = eventStream(lines);
+        EventChanges both = starting("2026-01-05T15:15:00Z");
+        both.end = at("2026-01-05T17:00:00Z");
+        EventChanges rules = both;
+        rules.recurrenceRules = {
+            {.frequency = 1, .interval = 1, .end = RecurrenceEnd::withOccurrenceCount(30)}};
+        for (const EventChanges& changes :
+            {starting("2026-01-05T15:15:00Z"), ending("2026-01-05T17:00:00Z"), both, rules}) {
+            const auto after = updated(text, changes);
+            ASSERT_TRUE(after) << lines;
+            const Event event = findEvent(*after, "e")->event;
+            EXPECT_EQ(event.start, changes.start.value_or(at("2026-01-05T15:00:00Z"))) << lines;
+            EXPECT_EQ(event.end, changes.end.value_or(at("2026-01-05T16:00:00Z"))) << lines;
+            EXPECT_EQ(test::spanOf(findEvent(withZone(*after), "e")->event), test::spanOf(event))
+                << *after;
+        }
+        // The clock of a series is the machine's, which changes on 8 March.
+        const std::string series = *updated(text, rules);
+        const auto spans = test::spansIn(series, "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z");
+        ASSERT_EQ(spans.size(), 30u);
+        if (text.find("DTSTART;TZID") != std::string::npos) {
+            EXPECT_EQ(spans.back(), "2026-07-27T14:15:00Z/2026-07-27T16:00:00Z") << series;
+            EXPECT_EQ(occurrences(series, "TZID:America/New_York\r\n"), 1u) << series;
+        }
+        EXPECT_EQ(
+            test::spansIn(withZone(series), "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z"), spans);
+    }
+}
+
+TEST(UpdatesOfASeries, InAZoneThatIsNotKnownKeepWhatIsNotAskedFor) {
+    const support::ScopedTimeZone local("America/New_York");
+    const std::string text = eventStream("DTSTART;TZID=Nowhere:20260105T100000\n"
+                                         "DURATION:PT1H\nRRULE:FREQ=DAILY;COUNT=3\n");
+    const auto after = updated(text, titled("new"));
+    ASSERT_TRUE(after);
+    const auto before =
+        test::spansIn(withZone(text), "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z");
+    EXPECT_EQ(
+        test::spansIn(withZone(*after), "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z"), before);
+    // Its exception, too, is one to those who know the zone.
+    const auto moved = updated(text, starting("2026-01-05T14:00:00Z"));
+    ASSERT_TRUE(moved);
+    EXPECT_NE(moved->find("RECURRENCE-ID;TZID=Nowhere:20260105T100000\r\n"), std::string::npos);
+    EXPECT_EQ(
+        test::spansIn(withZone(*moved), "2026-01-01T00:00:00Z", "2027-01-01T00:00:00Z").size(), 3u);
+}
+
+TEST(Updates, OutsideOfWhatAFileTellsOfItsZoneAreInUtc) {
+    const std::string text = stream("BEGIN:VTIMEZONE\nTZID:Own\nBEGIN:STANDARD\n"
+                                    "DTSTART:20251026T030000\nTZOFFSETFROM:+0200\n"
+                                    "TZOFFSETTO:+0100\nRRULE:FREQ=YEARLY;BYMONTH=10;BYDAY=-1SU\n"
+                                    "END:STANDARD\nBEGIN:DAYLIGHT\nDTSTART:20260329T020000\n"
+                                    "TZOFFSETFROM:+0100\nTZOFFSETTO:+0200\n"
+                                    "RRULE:FREQ=YEARLY;BYMONTH=3;BYDAY=-1SU\nEND:DAYLIGHT\n"
+                                    "END:VTIMEZONE\nBEGIN:VEVENT\nUID:e\n"
+                                    "DTSTART;TZID=Own:20260105T100000\nEND:VEVENT\n");
+    for (const auto& [start, line] : std::vector<std::pair<std::string, std::string>>{
+             {"2026-07-05T10:00:00Z", "DTSTART;TZID=Own:20260705T120000"},
+             {"2199-07-05T10:00:00Z", "DTSTART;TZID=Own:21990705T120000"},
+             {"2200-07-05T10:00:00Z", "DTSTART:22000705T100000Z"},
+             {"2025-10-26T00:59:59Z", "DTSTART:20251026T005959Z"}}) {
+        EventChanges changes = starting(start);
+        changes.end = changes.start;
+        const auto after = updated(text, changes);
+        ASSERT_TRUE(after);
+        EXPECT_NE(after->find(line + "\r\n"), std::string::npos) << start << "\n" << *after;
+        EXPECT_EQ(findEvent(*after, "e")->event.start, at(start));
+    }
 }
 
 TEST(Updates, ReplaceAllAlarmsAndNoOtherComponent) {
