@@ -137,6 +137,38 @@ class ReadingEvents(QuenbrookTest):
             with self.subTest(content=content):
                 self.assertEqual(self.read(START, *content)["endISO"], end)
 
+    def test_reads_days_in_the_zone_that_the_library_takes_the_variable_for(self):
+        cases = [
+            ("EST5EDT,M3.2.0,M11.1.0", "2026-07-05T04:00:00.000Z"),
+            (":EST5EDT4,M3.2.0,M11.1.0", "2026-07-05T04:00:00.000Z"),
+            ("<+0330>-3:30", "2026-07-04T20:30:00.000Z"),
+            ("JST-9", "2026-07-04T15:00:00.000Z"),
+            ("/usr/share/zoneinfo/Asia/Tokyo", "2026-07-04T15:00:00.000Z"),
+            ("", "2026-07-05T00:00:00.000Z"),
+            (":", "2026-07-05T00:00:00.000Z"),
+            ("nonsense", "2026-07-05T00:00:00.000Z"),
+            ("Fixed/UTC+05:00:00", "2026-07-05T00:00:00.000Z"),
+        ]
+        self.put("work", "day.ics", [event("DTSTART;VALUE=DATE:20260705")])
+        for zone, start in cases:
+            with self.subTest(zone=zone):
+                self.assertEqual(self.year(env={"TZ": zone})[0]["startISO"], start)
+
+    def test_lists_what_stands_outside_of_any_calendar(self):
+        lines = "".join(text + "\r\n" for text in event(START, "SUMMARY:Bare"))
+        for content in (lines, calendar_text() + lines, lines + calendar_text()):
+            with self.subTest(content=content):
+                path = self.put("work", "bare.ics", content)
+                self.assertEqual(self.titles(self.year()), ["Bare"])
+                self.assertError(
+                    self.run_program("update-event", request={
+                        "id": "work:event", "patch": {"title": "New"}}),
+                    "EVENT_STORE_SAVE_FAILED", "EventKit save failed")
+                self.assertError(
+                    self.run_program("cancel-event", request={"id": "work:event"}),
+                    "EVENT_STORE_REMOVE_FAILED", "EventKit remove failed")
+                self.assertEqual(path.read_bytes().decode(), content)
+
     def test_reads_answers_of_attendees(self):
         cases = [
             ("ATTENDEE;PARTSTAT=NEEDS-ACTION:mailto:a@example.com", "pending"),
@@ -260,6 +292,8 @@ class ReadingEvents(QuenbrookTest):
             ("DTSTART;TZID=Asia/Kolkata:20260105T100000", "2026-01-05T04:30:00.000Z"),
             ("DTSTART;TZID=Asia/Calcutta:20260105T100000", "2026-01-05T04:30:00.000Z"),
             ("DTSTART;TZID=UTC:20260105T100000", "2026-01-05T10:00:00.000Z"),
+            ("DTSTART;TZID=Eastern Standard Time:20260705T100000", "2026-07-05T14:00:00.000Z"),
+            ("DTSTART;TZID=\"W. Europe Standard Time\":20260105T100000", "2026-01-05T09:00:00.000Z"),
             ("DTSTART;TZID=Australia/Lord_Howe:20260105T100000", "2026-01-04T23:00:00.000Z"),
             ("DTSTART;TZID=Australia/Lord_Howe:20260705T100000", "2026-07-04T23:30:00.000Z"),
             ("DTSTART:20260105T100000Z", "2026-01-05T10:00:00.000Z"),

@@ -364,6 +364,30 @@ class Writing(QuenbrookTest):
                 else:
                     self.assertError(result, *SAVE_FAILED)
 
+    def test_keeps_the_wall_clock_of_a_zone_without_a_name(self):
+        for zone, summer, winter in [
+                ("CET-1CEST,M3.5.0,M10.5.0/3", "2026-07-05T10:00Z", "2027-01-05T11:00Z"),
+                ("<+0330>-3:30", "2026-07-05T10:00Z", "2027-01-05T10:00Z")]:
+            with self.subTest(zone=zone):
+                identifier = self.create(
+                    env={"TZ": zone}, startISO="2026-07-05T10:00:00Z",
+                    endISO="2026-07-05T10:00:00Z",
+                    recurrenceRule={"frequency": "monthly", "interval": 6, "count": 2})["id"]
+                for reader in ("Asia/Tokyo", zone):
+                    self.assertEqual(
+                        self.starts(self.events("2026-01-01T00:00:00Z", "2028-01-01T00:00:00Z",
+                                                env={"TZ": reader})), [summer, winter])
+                self.file_of(identifier).unlink()
+
+    def test_writes_no_time_under_a_name_that_nobody_here_knows(self):
+        path = self.store / "work" / "event.ics"
+        write(path, calendar_text(event("DTSTART;TZID=Company Time:20260105T100000",
+                                        "DTEND;TZID=Company Time:20260105T110000")))
+        env = {"TZ": "Europe/Berlin"}
+        self.update("work:event", env=env, startISO="2026-01-05T09:30:00Z")
+        self.assertIn("DTSTART:20260105T093000Z\n", self.unfolded("work:event"))
+        self.assertIn("DTEND:20260105T100000Z\n", self.unfolded("work:event"))
+
     def test_gives_every_time_back_as_it_was_saved(self):
         starts = ["2026-01-05T10:00:00", "2026-03-08T07:30:00", "2026-03-29T01:30:00",
                   "2026-04-04T14:45:00", "2026-04-04T15:15:00", "2026-07-01T00:00:01",
