@@ -73,7 +73,7 @@ report "no test is skipped" "$(
 )"
 
 shellcheck run test .ci/run scripts/*.sh tests/bench/run tests/eventkit/*.sh tests/fuzz/smoke \
-    tests/fuzz/long packaging/completions/quenbrook.bash || failed=1
+    tests/fuzz/long tests/fuzz/options packaging/completions/quenbrook.bash || failed=1
 
 # Style is clang-tidy's affair; system headers are not looked for. A cppcheck that can be told how deep
 # to look is told to look as deep as one that cannot.

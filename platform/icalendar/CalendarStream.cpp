@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::size_t maximumValues = 200'000;
 // Thousands of series over many years stay well below that.
-constexpr std::int64_t stepsForFile = 100'000'000;
+constexpr std::int64_t stepsForFile = isBuiltToBeFuzzed ? 10'000 : 100'000'000;
 // Enough for a rule that only has to be found, so that a series is not hidden by those before it.
 constexpr std::int64_t stepsForEachSeries = 1'000;
 

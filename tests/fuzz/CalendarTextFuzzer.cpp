@@ -1,17 +1,20 @@
 #include "platform/Text.h"
 #include "platform/icalendar/CalendarEdit.h"
 #include "platform/icalendar/CalendarReader.h"
-#include "platform/icalendar/Outline.h"
+#include "platform/icalendar/CalendarStream.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <numeric>
 #include <string>
 #include <string_view>
 
-// A whole calendar file: outlined, searched over several ranges, and every event of it changed and
-// removed. What a change answers must hold the change, and a removal must remove.
+// A whole calendar file of which one thing is asked: what a range holds, or that an event of it is
+// changed, moved or removed. What a change answers must hold the change, and a removal must remove.
+// Which one it is the bytes themselves decide, so that an input is always asked the same.
 
 namespace {
 
@@ -24,6 +27,8 @@ Instant yearsAfter1970(int years) {
     return std::chrono::sys_days(
         std::chrono::year(1970 + years) / std::chrono::January / std::chrono::day(1));
 }
+
+const Instant now = yearsAfter1970(56);
 
 void require(bool condition) {
     if (!condition) {
@@ -47,49 +52,91 @@ void check(const icalendar::FoundEvent& found, Instant from, Instant until) {
     }
 }
 
-// How many there are of one occurrence: a file may say the same twice.
-std::ptrdiff_t countOf(const icalendar::FoundEvent& wanted, std::string_view text) {
-    const Instant start = wanted.event.start;
-    const auto found = icalendar::RangeQuery(start, start + std::chrono::seconds(1)).eventsIn(text);
-    return std::count_if(found.begin(), found.end(), [&](const icalendar::FoundEvent& each) {
-        return each.key.uid == wanted.key.uid && each.event.start == start &&
-               each.key.originalStart == wanted.key.originalStart;
-    });
+// Long enough for days and weeks to be met, too short for a rule by the second to fill the time.
+void list(std::string_view text, unsigned choice) {
+    constexpr std::array<int, 4> years{0, 1, 50, 60};
+    const Instant from = yearsAfter1970(years[choice % years.size()]) - std::chrono::hours(3);
+    const Instant until = from + std::chrono::hours(6);
+    for (const auto& found : icalendar::RangeQuery(from, until).eventsIn(text)) {
+        check(found, from, until);
+    }
 }
 
-void change(std::string_view text, const icalendar::FoundEvent& found) {
+// How many there are of one occurrence: a file may say the same twice. Nothing when they were not
+// all looked for.
+std::optional<std::ptrdiff_t> countOf(const icalendar::FoundEvent& wanted, std::string_view text) {
+    icalendar::CalendarStream stream(text);
+    const auto series = stream.series(wanted.key.uid);
+    if (!series) {
+        return 0;
+    }
+    const Instant start = wanted.event.start;
+    const auto found = series->occurrencesIn(start, start + std::chrono::seconds(1));
+    const auto count =
+        std::count_if(found.begin(), found.end(), [&](const icalendar::Occurrence& each) {
+            return each.span.start == start &&
+                   (!wanted.key.originalStart ||
+                       each.originalStart.instant() == *wanted.key.originalStart);
+        });
+    return stream.isExhausted() ? std::nullopt : std::optional(count);
+}
+
+void tryChange(std::string_view text, const icalendar::FoundEvent& found) {
     EventChanges changes;
-    changes.title = "changed; by\nthe fuzzer";
+    changes.title = "changed; by\r\nthe fuzzer";
     changes.alarms = {-900.0};
-    const Instant now = yearsAfter1970(56);
     if (const auto updated = icalendar::updatedStream(text, found.key, changes, now)) {
         const auto again = icalendar::findEvent(*updated, found.key.uid);
-        require(again && again->event.title == changes.title && again->event.alarmCount == 1);
+        require(again && again->event.title == "changed; by\nthe fuzzer");
+        require(again->event.alarmCount == 1);
         require(again->event.start == found.event.start && again->event.end == found.event.end);
     }
-    // What was never closed may find its end in what stood behind the removed event.
-    const bool isWhole = icalendar::outlineOf(text).broken == 0;
-    if (const auto without = icalendar::streamWithout(text, found.key, now)) {
-        require(!isWhole || countOf(found, *without) < countOf(found, text));
+}
+
+void tryMove(std::string_view text, const icalendar::FoundEvent& found) {
+    if (found.event.isAllDay) {
+        return;
     }
+    EventChanges changes;
+    changes.start = found.event.start + std::chrono::minutes(90);
+    changes.end = found.event.end + std::chrono::hours(30);
+    if (const auto updated = icalendar::updatedStream(text, found.key, changes, now)) {
+        const auto again = icalendar::findEvent(*updated, found.key.uid);
+        require(again.has_value());
+        // Of a series the next one may come first now, by its original start.
+        const bool isSame = again->key.originalStart == found.key.originalStart;
+        require(
+            !isSame || (again->event.start == changes.start && again->event.end == changes.end));
+    }
+}
+
+void tryRemoval(std::string_view text, const icalendar::FoundEvent& found) {
+    const auto without = icalendar::streamWithout(text, found.key, now);
+    // What was never closed may find its end in what stood behind the removed event.
+    if (!without || icalendar::outlineOf(text).broken > 0) {
+        return;
+    }
+    const auto before = countOf(found, text);
+    const auto after = countOf(found, *without);
+    require(!before || !after || *after < *before);
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    // Long enough for days and weeks to be met, too short for a rule by the second to fill the
-    // time.
-    for (const int year : {0, 1, 50, 60}) {
-        const Instant from = yearsAfter1970(year) - std::chrono::hours(3);
-        const Instant until = from + std::chrono::hours(6);
-        for (const auto& found : icalendar::RangeQuery(from, until).eventsIn(text)) {
-            check(found, from, until);
-        }
+    const unsigned choice = std::accumulate(data, data + size, 0U);
+    constexpr std::array edits{tryChange, tryMove, tryRemoval};
+    const unsigned question = choice % (edits.size() + 1);
+    if (question == edits.size()) {
+        list(text, choice / 4);
+        return 0;
     }
-    for (const auto& summary : icalendar::outlineOf(text).events) {
-        if (const auto found = icalendar::findEvent(text, summary.uid)) {
-            change(text, *found);
+    const auto events = icalendar::outlineOf(text).events;
+    if (!events.empty()) {
+        const std::string& uid = events[choice / 4 % events.size()].uid;
+        if (const auto found = icalendar::findEvent(text, uid)) {
+            edits[question](text, *found);
         }
     }
     return 0;

@@ -5,6 +5,13 @@
 
 namespace quenbrook::platform::icalendar {
 
+// A fuzzer that waited for every limit would try next to nothing: its build has smaller ones.
+#ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
+inline constexpr bool isBuiltToBeFuzzed = true;
+#else
+inline constexpr bool isBuiltToBeFuzzed = false;
+#endif
+
 // What the rules of one calendar file may cost altogether in one reading: however they are made,
 // the events beside them get listed. One step is about a day that a rule is asked about, some 15
 // nanoseconds.
