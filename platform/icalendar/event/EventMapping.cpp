@@ -71,7 +71,7 @@ std::vector<Participant> participantsOf(const Component& component) {
 // An ACTION of NONE is how some programs say that there is no alarm, not even their usual one.
 bool isAlarm(const Component& component) {
     const Property* action = component.first("ACTION");
-    const bool isNone = action && equalsIgnoringCase(action->value, "NONE");
+    const bool isNone = action && equalsIgnoringCase(trimmed(action->value), "NONE");
     return equalsIgnoringCase(component.name, "VALARM") && !isNone;
 }
 

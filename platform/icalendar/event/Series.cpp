@@ -43,7 +43,7 @@ class NamedStarts {
     // There must be one.
     explicit NamedStarts(std::span<const EventComponent> exceptions) {
         for (std::size_t i = 0; i < exceptions.size(); ++i) {
-            const DateTime& start = *exceptions[i].recurrenceId;
+            const DateTime& start = exceptions[i].originalStart();
             instants_.emplace_back(start.instant(), i);
             if (start.isDate()) {
                 days_.emplace_back(start.time, i);
@@ -136,12 +136,12 @@ Series::Changes Series::changesBy(
     };
     std::vector<Range> ranges;
     for (const EventComponent* exception : exceptions) {
-        replaced.push_back(*exception->recurrenceId);
+        replaced.push_back(exception->originalStart());
         if (exception->isThisAndFuture) {
             ranges.push_back(
                 {ThisAndFuture(master, *exception), revisionOf(*exception->component)});
         } else {
-            replacedAlone.push_back(*exception->recurrenceId);
+            replacedAlone.push_back(exception->originalStart());
         }
     }
     Changes changes;
@@ -208,7 +208,7 @@ void Series::findOwners() {
     }
     for (EventComponent& exception : exceptions_) {
         if (const EventComponent* owner = masterOf(exception)) {
-            exception.recurrenceId = owner->meant(*exception.recurrenceId);
+            exception.recurrenceId = owner->meant(exception.originalStart());
         }
     }
 }
@@ -233,7 +233,7 @@ void Series::findOwnersAmongSeveral() {
 }
 
 Occurrence Series::asOccurrence(const EventComponent& exception) const {
-    return {&exception, masterOf(exception), *exception.recurrenceId, exception.start.isDate(),
+    return {&exception, masterOf(exception), exception.originalStart(), exception.start.isDate(),
         exception.spanFrom(exception.start, exception.extent)};
 }
 
@@ -244,7 +244,7 @@ bool Series::describesItsOwn(const EventComponent& exception) const {
     }
     const Changes& changes = changesOf(*owner);
     const ThisAndFuture* range = changes.rangeAt(ThisAndFuture(*owner, exception).from());
-    const DateTime& named = *exception.recurrenceId;
+    const DateTime& named = exception.originalStart();
     return range && &range->exception() == &exception && !changes.excluded.contains(named) &&
            !changes.replacedAlone.contains(named);
 }
@@ -383,7 +383,7 @@ bool Series::recurs() const {
 const EventComponent* Series::exceptionAt(sys_seconds originalStart) const {
     const auto found =
         std::find_if(exceptions_.begin(), exceptions_.end(), [&](const EventComponent& each) {
-            return each.recurrenceId->instant() == originalStart && describesItsOwn(each);
+            return each.originalStart().instant() == originalStart && describesItsOwn(each);
         });
     return found == exceptions_.end() ? nullptr : &*found;
 }

@@ -9,8 +9,8 @@ using std::chrono::days;
 ThisAndFuture::ThisAndFuture(const EventComponent& master, const EventComponent& exception)
     : master_(&master)
     , exception_(&exception)
-    , from_(exception.recurrenceId->instant()) {
-    const DateTime& named = *exception.recurrenceId;
+    , from_(exception.originalStart().instant()) {
+    const DateTime& named = exception.originalStart();
     LocalTime original = clockOf(named);
     if (named.isDate() && !master.start.isDate()) {
         // A day that is named means what has a time on it: the master's.
