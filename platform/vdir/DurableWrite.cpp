@@ -1,8 +1,12 @@
 #include "platform/vdir/DurableWrite.h"
 
+#include "platform/vdir/NotedChange.h"
+#include "platform/vdir/Renames.h"
 #include "platform/vdir/SystemCall.h"
 
 #include <cstdio>
+#include <tuple>
+#include <utility>
 
 #include <fcntl.h>
 
@@ -14,28 +18,29 @@ namespace {
 constexpr const char* temporaryName = ".quenbrook.tmp";
 
 constexpr mode_t privateMode = 0600;
+constexpr mode_t permissions = 07777;
+constexpr int newFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
-void syncToDisk(int descriptor) {
+int syncToDisk(int descriptor) {
 #ifdef __APPLE__
     // fsync alone leaves the bytes in the drive's own cache.
     if (uninterrupted([&] { return ::fcntl(descriptor, F_FULLFSYNC); }) != -1) {
-        return;
+        return 0;
     }
 #endif
-    checked("fsync", [&] { return ::fsync(descriptor); });
+    return uninterrupted([&] { return ::fsync(descriptor); });
 }
 
-bool isStill(const Folder& folder, const std::string& name, const FileIdentity& expected) {
+// Nothing when there is nothing of that name, or it cannot be told.
+std::optional<FileIdentity> identityOf(const Folder& folder, const std::string& name) {
     struct stat status = {};
     const int result = uninterrupted(
         [&] { return ::fstatat(folder.descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW); });
-    if (result == -1 && errno == ENOENT) {
-        return false;
-    }
-    if (result == -1) {
-        throwSystemError("fstatat");
-    }
-    return FileIdentity(status) == expected;
+    return result == 0 ? std::optional<FileIdentity>(status) : std::nullopt;
+}
+
+bool isStill(const Folder& folder, const std::string& name, const FileContent& expected) {
+    return identityOf(folder, name) == expected.identity;
 }
 
 // A file on its way into the folder, gone again unless it is kept.
@@ -72,23 +77,61 @@ class UnfinishedFile {
     void adopt(const FileIdentity& replaced) {
         // Only root can keep another's ownership; everyone else replaces the file as their own.
         static_cast<void>(::fchown(file_.get(), replaced.owner, replaced.group) == 0);
-        checked("fchmod", [&] { return ::fchmod(file_.get(), replaced.mode & 07777); });
+        checked("fchmod", [&] { return ::fchmod(file_.get(), replaced.mode & permissions); });
     }
 
     // The bytes must be on the disk before the name leads to them.
-    void sync() { syncToDisk(file_.get()); }
-
-    void renameToNew(const std::string& name) {
-        renameWithoutReplacing(name);
-        name_ = name;
+    void sync() {
+        checked("fsync", [&] { return syncToDisk(file_.get()); });
     }
 
-    void renameOver(const std::string& name) {
-        checked("renameat", [&] {
-            return ::renameat(
-                folder_.descriptor(), temporaryName, folder_.descriptor(), name.c_str());
-        });
-        name_ = name;
+    // Not every file system can do each of these, and none of them replaces what is there.
+    void takeNewName(const std::string& name) {
+        const int folder = folder_.descriptor();
+        if (renameToFreeName(folder, temporaryName, name.c_str()) == 0) {
+            name_ = name;
+            return;
+        }
+        if (!isUnsupported(errno)) {
+            throwSystemError("renameat2");
+        }
+        const int linked =
+            uninterrupted([&] { return ::linkat(folder, temporaryName, folder, name.c_str(), 0); });
+        if (linked == 0) {
+            // The first link stays if it must: the next write clears it away.
+            ::unlinkat(folder, temporaryName, 0);
+            name_ = name;
+            return;
+        }
+        throwSystemError("linkat");
+    }
+
+    // False, and nothing done, when the file is not what was read.
+    bool takePlaceOf(const std::string& name, std::string_view text, const FileContent& expected) {
+        NotedChange change(folder_, {name, fingerprintOf(expected.text), fingerprintOf(text)});
+        if (!change.isNoted()) {
+            renameOver(name);
+            keep();
+            return true;
+        }
+        renameOver(takenName);
+        // From here on this file is the change's to remove.
+        keep();
+        if (exchangeNames(folder_.descriptor(), takenName, name.c_str()) == 0) {
+            const auto taken = identityOf(folder_, takenName);
+            return change.end() && adoptLater(taken, expected.identity);
+        }
+        if (errno == ENOENT) {
+            return false;
+        }
+        if (!isUnsupported(errno)) {
+            throwSystemError("renameat2");
+        }
+        if (!isStill(folder_, name, expected)) {
+            return false;
+        }
+        renameOver(name);
+        return true;
     }
 
     void keep() { kept_ = true; }
@@ -96,32 +139,25 @@ class UnfinishedFile {
   private:
     int openNew() const {
         return uninterrupted([&] {
-            return ::openat(folder_.descriptor(), temporaryName,
-                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, privateMode);
+            return ::openat(folder_.descriptor(), temporaryName, newFileFlags, privateMode);
         });
     }
 
-    void renameWithoutReplacing(const std::string& name) const {
-        const int folder = folder_.descriptor();
-#ifdef __APPLE__
-        checked("renameatx_np", [&] {
-            return ::renameatx_np(folder, temporaryName, folder, name.c_str(), RENAME_EXCL);
+    void renameOver(const std::string& name) {
+        checked("renameat", [&] {
+            return ::renameat(
+                folder_.descriptor(), name_.c_str(), folder_.descriptor(), name.c_str());
         });
-#else
-        const int renamed = uninterrupted([&] {
-            return ::renameat2(folder, temporaryName, folder, name.c_str(), RENAME_NOREPLACE);
-        });
-        if (renamed == 0) {
-            return;
+        name_ = name;
+    }
+
+    // Another program may have set other permissions just before the file was taken out.
+    bool adoptLater(const std::optional<FileIdentity>& taken, const FileIdentity& adopted) {
+        if (taken && std::tie(taken->mode, taken->owner, taken->group) !=
+                         std::tie(adopted.mode, adopted.owner, adopted.group)) {
+            adopt(*taken);
         }
-        if (errno != EINVAL && errno != ENOSYS) {
-            throwSystemError("renameat2");
-        }
-        // File systems that cannot do that can make a second link, which never replaces either.
-        checked("linkat", [&] { return ::linkat(folder, temporaryName, folder, name.c_str(), 0); });
-        // The first one stays if it must: the next write clears it away.
-        ::unlinkat(folder, temporaryName, 0);
-#endif
+        return true;
     }
 
     const Folder& folder_;
@@ -130,42 +166,55 @@ class UnfinishedFile {
     bool kept_ = false;
 };
 
+// False when there is no such file any more.
+bool isTakenOut(const Folder& folder, const std::string& name) {
+    const int renamed = uninterrupted([&] {
+        return ::renameat(folder.descriptor(), name.c_str(), folder.descriptor(), takenName);
+    });
+    if (renamed == -1 && errno != ENOENT) {
+        throwSystemError("renameat");
+    }
+    return renamed == 0;
+}
+
 } // namespace
 
 void syncFolder(const Folder& folder) {
-    syncToDisk(folder.descriptor());
+    checked("fsync", [&] { return syncToDisk(folder.descriptor()); });
 }
 
 void createDurably(const Folder& folder, const std::string& name, std::string_view text) {
     UnfinishedFile file(folder);
     file.write(text);
     file.sync();
-    file.renameToNew(name);
+    file.takeNewName(name);
     syncFolder(folder);
     file.keep();
 }
 
 bool replaceDurably(const Folder& folder, const std::string& name, std::string_view text,
-    const FileIdentity& expected) {
+    const FileContent& expected) {
     UnfinishedFile file(folder);
     file.write(text);
-    file.adopt(expected);
+    file.adopt(expected.identity);
     file.sync();
-    if (!isStill(folder, name, expected)) {
+    if (!isStill(folder, name, expected) || !file.takePlaceOf(name, text, expected)) {
         return false;
     }
-    file.renameOver(name);
-    // There is no way back: the old content is gone.
-    file.keep();
     syncFolder(folder);
     return true;
 }
 
-bool removeDurably(const Folder& folder, const std::string& name, const FileIdentity& expected) {
+bool removeDurably(const Folder& folder, const std::string& name, const FileContent& expected) {
     if (!isStill(folder, name, expected)) {
         return false;
     }
-    checked("unlinkat", [&] { return ::unlinkat(folder.descriptor(), name.c_str(), 0); });
+    NotedChange change(folder, {name, fingerprintOf(expected.text), std::nullopt});
+    if (!change.isNoted()) {
+        checked("unlinkat", [&] { return ::unlinkat(folder.descriptor(), name.c_str(), 0); });
+    } else if (!isTakenOut(folder, name) || !change.end()) {
+        return false;
+    }
     syncFolder(folder);
     return true;
 }

@@ -9,7 +9,7 @@
 // half done. Each is complete, and safe on the disk, when it returns. All throw std::system_error
 // when the system refuses; the file then is as it was. Only when the last step fails, the sync of
 // the folder, a replaced file stays replaced and a removed one removed. Callers hold the folder's
-// lock.
+// lock, and have ended what a killed writer has left (endInterruptedChange) before they read.
 namespace quenbrook::platform::vdir {
 
 // Makes the names in a folder safe on the disk: a new, other or missing one is only then.
@@ -18,12 +18,13 @@ void syncFolder(const Folder& folder);
 // Makes a new file, readable to its owner only; it is an error when the name is taken.
 void createDurably(const Folder& folder, const std::string& name, std::string_view text);
 
-// Replaces a file, keeping its permissions and owner. False, and nothing done, when it is not what
-// `expected` says any more.
+// Replaces a file, keeping its permissions and owner. False, and nothing
+// done, when it is not what `expected` says any more, at the very step that replaces it; where the
+// file system cannot exchange two names, just before that.
 bool replaceDurably(const Folder& folder, const std::string& name, std::string_view text,
-    const FileIdentity& expected);
+    const FileContent& expected);
 
 // Removes a file. False likewise.
-bool removeDurably(const Folder& folder, const std::string& name, const FileIdentity& expected);
+bool removeDurably(const Folder& folder, const std::string& name, const FileContent& expected);
 
 } // namespace quenbrook::platform::vdir

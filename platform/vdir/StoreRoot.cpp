@@ -2,6 +2,7 @@
 
 #include "platform/vdir/DurableWrite.h"
 #include "platform/vdir/FolderLock.h"
+#include "platform/vdir/Renames.h"
 #include "platform/vdir/SystemCall.h"
 
 #include <array>
@@ -72,21 +73,14 @@ class UnfinishedFolder {
     const std::filesystem::path& path() const { return path_; }
 
     void finishAs(const std::filesystem::path& name) {
-#ifdef __APPLE__
-        checked(
-            "renamex_np", [&] { return ::renamex_np(path_.c_str(), name.c_str(), RENAME_EXCL); });
-#else
-        const int renamed = uninterrupted([&] {
-            return ::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE);
-        });
-        if (renamed == -1 && errno != EINVAL && errno != ENOSYS) {
+        const int renamed = renameToFreeName(AT_FDCWD, path_.c_str(), name.c_str());
+        if (renamed == -1 && !isUnsupported(errno)) {
             throwSystemError("renameat2");
         }
         // A plain rename replaces no folder but an empty one.
         if (renamed == -1) {
             checked("rename", [&] { return ::rename(path_.c_str(), name.c_str()); });
         }
-#endif
         path_.clear();
     }
 

@@ -5,6 +5,7 @@
 #include "platform/vdir/CalendarFolders.h"
 #include "platform/vdir/DurableWrite.h"
 #include "platform/vdir/FolderLock.h"
+#include "platform/vdir/NotedChange.h"
 #include "platform/vdir/RandomUid.h"
 #include "platform/vdir/StoreRoot.h"
 
@@ -226,6 +227,7 @@ class VdirStore : public CalendarStore {
             }
             const std::string file = uid + std::string(eventSuffix);
             const FolderLock lock(*opened);
+            endInterruptedChange(*opened);
             createDurably(*opened, file, *text);
             return completed(std::move(*saved), *folder, file);
         });
@@ -392,6 +394,7 @@ class VdirStore : public CalendarStore {
                 return false;
             }
             const FolderLock lock(*opened);
+            endInterruptedChange(*opened);
             for (int attempt = 0; attempt < maximumAttempts; ++attempt) {
                 const auto current = currentFile(*opened, handle);
                 const auto text =
@@ -425,9 +428,8 @@ class VdirStore : public CalendarStore {
 
     // False when another program has changed the file since it was read.
     static bool save(const Folder& folder, const CurrentFile& current, const std::string& text) {
-        const FileIdentity& identity = current.content.identity;
-        return text.empty() ? removeDurably(folder, current.name, identity)
-                            : replaceDurably(folder, current.name, text, identity);
+        return text.empty() ? removeDurably(folder, current.name, current.content)
+                            : replaceDurably(folder, current.name, text, current.content);
     }
 
     std::optional<std::filesystem::path> path_;

@@ -3,57 +3,21 @@ renaming: nothing of either is lost."""
 
 import fcntl
 import os
-import pathlib
-import select
 import subprocess
-import tempfile
 import unittest
 
-from processes import QuenbrookTest, calendar_text, event
-from quenbrook import PATIENCE, PROGRAM
+from pausing import ONE, OTHER, THEIRS, PausingTest
+from processes import event
+from quenbrook import PROGRAM
 
 SAVE_FAILED = "EVENT_STORE_SAVE_FAILED"
 REMOVE_FAILED = "EVENT_STORE_REMOVE_FAILED"
 
-ONE = event("DTSTART:20260105T100000Z", "DTEND:20260105T110000Z", "SUMMARY:One", uid="one")
-THEIRS = event("DTSTART:20260105T100000Z", "DTEND:20260105T110000Z", "SUMMARY:One",
-               "LOCATION:Theirs", uid="one")
-OTHER = event("DTSTART:20260106T100000Z", "SUMMARY:Other", uid="other")
+# The first one under the lock is for what a killed writer has left.
+LAST_LOOK = "fstatat#2"
 
 
-class OtherPrograms(QuenbrookTest):
-    def setUp(self):
-        super().setUp()
-        self.path = self.put("work", "one.ics", [ONE])
-        self.fifo = self.place / "pause"
-
-    def interrupted(self, pause, word, request, act):
-        """Runs the program, and acts while it waits before the call `pause`."""
-        for end in (".reached", ".go"):
-            path = pathlib.Path(f"{self.fifo}{end}")
-            path.unlink(missing_ok=True)
-            os.mkfifo(path)
-        reached = os.open(f"{self.fifo}.reached", os.O_RDONLY | os.O_NONBLOCK)
-        with tempfile.TemporaryFile(dir=self.place) as stdin:
-            stdin.write(request)
-            stdin.seek(0)
-            process = subprocess.Popen(
-                [PROGRAM, word], stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                env=self.environment(LD_PRELOAD=os.environ["QUENBROOK_FILE_CALLS"],
-                                     QUENBROOK_PAUSE_AT=pause,
-                                     QUENBROOK_PAUSE_FIFO=str(self.fifo)))
-        self.addCleanup(process.kill)
-        # A program that ends without a pause is not waited for.
-        ends = [reached, os.pidfd_open(process.pid)]
-        ready, _, _ = select.select(ends, [], [], PATIENCE)
-        self.assertEqual(ready, [reached], "the program does not make the call")
-        for end in ends:
-            os.close(end)
-        act()
-        pathlib.Path(f"{self.fifo}.go").write_bytes(b"")
-        out, err = process.communicate()
-        return process.returncode, out, err
-
+class OtherPrograms(PausingTest):
     def update(self, pause, act):
         return self.interrupted(
             pause, "update-event", b'{"id":"work:one","patch":{"title":"Ours"}}', act)
@@ -61,21 +25,11 @@ class OtherPrograms(QuenbrookTest):
     def cancel(self, pause, act):
         return self.interrupted(pause, "cancel-event", b'{"id":"work:one"}', act)
 
-    def by_rename(self, *components):
-        def act():
-            new = self.path.with_suffix(".new")
-            new.write_text(calendar_text(*components), newline="")
-            new.rename(self.path)
-        return act
-
-    def in_place(self, *components):
-        return lambda: self.path.write_text(calendar_text(*components), newline="")
-
     def listed(self):
         return [(event["id"], event["title"], event.get("location")) for event in self.year()]
 
     def test_an_update_keeps_what_another_program_wrote_meanwhile(self):
-        for pause in ("write", "fsync", "fstatat"):
+        for pause in ("write", "fsync", LAST_LOOK):
             for way in (self.by_rename, self.in_place):
                 with self.subTest(pause=pause, way=way.__name__):
                     self.put("work", "one.ics", [ONE])
@@ -102,7 +56,7 @@ class OtherPrograms(QuenbrookTest):
         self.assertEqual(self.listed(), [("work:one", "Two", "Ours")])
 
     def test_an_event_that_another_program_removed_is_not_brought_back(self):
-        for pause in ("write", "fsync", "fstatat"):
+        for pause in ("write", "fsync", LAST_LOOK):
             with self.subTest(pause=pause):
                 self.put("work", "one.ics", [ONE])
                 status, out, err = self.update(pause, self.path.unlink)
@@ -110,7 +64,7 @@ class OtherPrograms(QuenbrookTest):
                 self.assertIn(SAVE_FAILED.encode(), err)
                 self.assertEqual(list(self.path.parent.iterdir()), [])
         self.put("work", "one.ics", [ONE])
-        status, out, err = self.cancel("fstatat", self.path.unlink)
+        status, out, err = self.cancel(LAST_LOOK, self.path.unlink)
         self.assertEqual((status, out), (1, b""))
         self.assertIn(REMOVE_FAILED.encode(), err)
 
@@ -125,7 +79,7 @@ class OtherPrograms(QuenbrookTest):
         for way in (self.by_rename, self.in_place):
             with self.subTest(way=way.__name__):
                 self.put("work", "one.ics", [ONE])
-                status, _, err = self.cancel("fstatat", way(THEIRS, OTHER))
+                status, _, err = self.cancel(LAST_LOOK, way(THEIRS, OTHER))
                 self.assertEqual((status, err), (0, b""))
                 self.assertEqual(self.listed(), [("work:other", "Other", None)])
 

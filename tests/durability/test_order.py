@@ -4,7 +4,7 @@ import os
 import unittest
 
 from tracing import traced
-from writers import TEMPORARY, WRITES, WritersTest
+from writers import NOTE, TAKEN, TEMPORARY, WRITES, WritersTest
 
 
 class Order(WritersTest):
@@ -47,20 +47,19 @@ class Order(WritersTest):
                 written = self.writes_to(calls, temporary)
                 self.assertTrue(written)
                 self.assertTrue(calls[locked].place == calls[opened[0]].place == str(self.work))
-                rename = "renameat2" if write.target is None else "renameat"
+                flag = "RENAME_NOREPLACE" if write.target is None else "RENAME_EXCHANGE"
                 order = [
                     locked, opened[0], written[0], written[-1],
                     self.position(calls, "fsync", temporary),
-                    self.position(calls, rename, TEMPORARY),
+                    self.position(calls, "renameat2", flag),
                     self.position(calls, "fsync", "", place=str(self.work)),
                     self.position(calls, "flock", "LOCK_UN"),
                     self.answer_written(calls),
                 ]
                 self.assertEqual(order, sorted(order))
-                if write.target is None:
-                    self.assertIn("RENAME_NOREPLACE", calls[order[5]].text)
-                else:
+                if write.target is not None:
                     self.assert_checked_before(calls, write.target, order[4], order[5])
+                    self.assert_noted(calls, order[4], order[6])
 
     def assert_checked_before(self, calls, target, synced, renamed):
         """The file is looked at again just before it is replaced."""
@@ -68,15 +67,30 @@ class Order(WritersTest):
                  if call.name in ("newfstatat", "fstatat64") and f'"{target}"' in call.text]
         self.assertTrue(any(synced < i < renamed for i in looks))
 
+    def assert_noted(self, calls, synced, folder_synced):
+        """What is taken out of the folder is noted for as long as it is out, and looked at; and no
+        sync is made for that."""
+        order = [synced, self.position(calls, "symlinkat", NOTE)]
+        order += [i for i, call in enumerate(calls)
+                  if call.name.startswith("rename") and f'"{TAKEN}"' in call.text]
+        read = [i for i, call in enumerate(calls)
+                if call.name == "read" and call.place == str(self.work / TAKEN)]
+        self.assertTrue(read)
+        order += [read[0], self.position(calls, "unlinkat", f'"{TAKEN}"'),
+                  self.position(calls, "unlinkat", f'"{NOTE}"'), folder_synced]
+        self.assertEqual(order, sorted(order))
+        self.assertLessEqual(len([call for call in calls if call.name == "fsync"]), 2)
+
     def test_of_a_removal(self):
         write = next(write for write in WRITES if write.name == "cancel one")
         calls = self.calls(write)
         order = [
             self.position(calls, "flock", "LOCK_EX"),
-            self.position(calls, "unlinkat", '"one.ics"'),
+            self.position(calls, "renameat", '"one.ics"'),
             self.position(calls, "fsync", "", place=str(self.work)),
             self.answer_written(calls),
         ]
+        self.assert_noted(calls, order[0], order[2])
         self.assertEqual(order, sorted(order))
 
     def test_of_reading_waits_for_nobody(self):

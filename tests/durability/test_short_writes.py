@@ -21,7 +21,7 @@ class ShortWrites(WritersTest):
                         f"QUENBROOK_WRITE_LIMIT={limit}"])
                     self.assert_success_told(write, result)
                     self.assertEqual(self.outcome(write), "new")
-                    self.assertNotIn(TEMPORARY, self.files())
+                    self.assertEqual(self.left_over(), [])
                     written = [int(call.result) for call in calls if call.name == "write"
                                and call.place == str(self.work / TEMPORARY)]
                     if write.name != "cancel one":

@@ -13,6 +13,8 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "cli"))
 from quenbrook import PROGRAM, QuenbrookTest, calendar_text, event
 
 TEMPORARY = ".quenbrook.tmp"
+TAKEN = ".quenbrook.taken.tmp"
+NOTE = ".quenbrook.note.tmp"
 MANY = 200
 
 # target: the file that the write changes; None when it makes one.
@@ -89,13 +91,16 @@ class WritersTest(QuenbrookTest):
             (self.work / name).write_bytes(content)
 
     def files(self):
-        return {path.name: path.read_bytes() for path in self.work.iterdir()}
+        """The files of the calendar; what a writer left under a temporary name is none."""
+        return {path.name: path.read_bytes() for path in self.work.iterdir()
+                if path.name not in (TEMPORARY, TAKEN, NOTE)}
+
+    def left_over(self):
+        return sorted(path.name for path in self.work.iterdir() if path.name.startswith("."))
 
     def changed_file(self):
-        """The one file that is not as it was laid out, with its content; what a writer left under
-        the temporary name is no file of the calendar."""
+        """The one file that is not as it was laid out, with its content."""
         now = self.files()
-        now.pop(TEMPORARY, None)
         changed = [(name, now.get(name)) for name in sorted(now.keys() | CALENDAR.keys())
                    if now.get(name) != CALENDAR.get(name)]
         self.assertLessEqual(len(changed), 1, [name for name, _ in changed])
@@ -124,12 +129,13 @@ class WritersTest(QuenbrookTest):
 
     def assert_next_write_works(self):
         before = self.files()
-        before.pop(TEMPORARY, None)
         answer = self.answer("create-event", dict(calendarId="work", title="Next", **TIMES))
         after = self.files()
         new = answer["id"].removeprefix("work:") + ".ics"
         self.assertIn(b"SUMMARY:Next\r\n", after.pop(new))
         self.assertEqual(after, before)
+        # Whatever was left over is cleared away by then.
+        self.assertEqual(self.left_over(), [])
 
     def assert_success_told(self, write, result):
         self.assertEqual((result.status, result.err), (0, b""), result)

@@ -22,7 +22,9 @@ class DurableWrites : public testing::Test {
         return status;
     }
 
-    FileIdentity identityOf(const std::string& name) const { return FileIdentity(statusOf(name)); }
+    FileContent contentOf(const std::string& name) const {
+        return readForChange(folder_, name).value();
+    }
 
     test::Files files_;
     Folder folder_ = files_.open();
@@ -57,7 +59,7 @@ TEST_F(DurableWrites, ReplaceAFileWithItsPermissionsAndOwner) {
                   isRoot ? 23'456 : ::getegid()),
         0);
     const struct stat before = statusOf("a.ics");
-    EXPECT_TRUE(replaceDurably(folder_, "a.ics", "new", identityOf("a.ics")));
+    EXPECT_TRUE(replaceDurably(folder_, "a.ics", "new", contentOf("a.ics")));
     const struct stat after = statusOf("a.ics");
     EXPECT_EQ(files_.read("a.ics"), "new");
     EXPECT_EQ(after.st_mode, before.st_mode);
@@ -71,55 +73,55 @@ TEST_F(DurableWrites, ReplaceAFileWithItsPermissionsAndOwner) {
 TEST_F(DurableWrites, LeaveTheOtherNamesOfAReplacedFile) {
     files_.write("a.ics", "old");
     std::filesystem::create_hard_link(files_.path("a.ics"), files_.path("backup"));
-    EXPECT_TRUE(replaceDurably(folder_, "a.ics", "new", identityOf("a.ics")));
+    EXPECT_TRUE(replaceDurably(folder_, "a.ics", "new", contentOf("a.ics")));
     EXPECT_EQ(files_.read("a.ics"), "new");
     EXPECT_EQ(files_.read("backup"), "old");
 }
 
 TEST_F(DurableWrites, LeaveAFileThatChangedMeanwhile) {
     files_.write("a.ics", "old");
-    const FileIdentity identity = identityOf("a.ics");
+    const FileContent content = contentOf("a.ics");
     files_.write("a.ics", "somebody else's");
-    EXPECT_FALSE(replaceDurably(folder_, "a.ics", "new", identity));
-    EXPECT_FALSE(removeDurably(folder_, "a.ics", identity));
+    EXPECT_FALSE(replaceDurably(folder_, "a.ics", "new", content));
+    EXPECT_FALSE(removeDurably(folder_, "a.ics", content));
     EXPECT_EQ(files_.read("a.ics"), "somebody else's");
     EXPECT_EQ(files_.names(), Names{"a.ics"});
 }
 
 TEST_F(DurableWrites, LeaveAFileThatWasReplacedByAnotherOfTheSameSize) {
     files_.write("a.ics", "one");
-    const FileIdentity identity = identityOf("a.ics");
+    const FileContent content = contentOf("a.ics");
     files_.write("b", "two");
     std::filesystem::rename(files_.path("b"), files_.path("a.ics"));
-    EXPECT_FALSE(replaceDurably(folder_, "a.ics", "new", identity));
-    EXPECT_FALSE(removeDurably(folder_, "a.ics", identity));
+    EXPECT_FALSE(replaceDurably(folder_, "a.ics", "new", content));
+    EXPECT_FALSE(removeDurably(folder_, "a.ics", content));
     EXPECT_EQ(files_.read("a.ics"), "two");
 }
 
 TEST_F(DurableWrites, DoNotBringBackAFileThatIsGone) {
     files_.write("a.ics", "old");
-    const FileIdentity identity = identityOf("a.ics");
+    const FileContent content = contentOf("a.ics");
     std::filesystem::remove(files_.path("a.ics"));
-    EXPECT_FALSE(replaceDurably(folder_, "a.ics", "new", identity));
-    EXPECT_FALSE(removeDurably(folder_, "a.ics", identity));
+    EXPECT_FALSE(replaceDurably(folder_, "a.ics", "new", content));
+    EXPECT_FALSE(removeDurably(folder_, "a.ics", content));
     EXPECT_EQ(files_.names(), Names{});
 }
 
 TEST_F(DurableWrites, DoNotFollowALinkThatTookTheNamesPlace) {
     files_.write("target", "kept");
     files_.write("a.ics", "old");
-    const FileIdentity identity = identityOf("target");
+    const FileContent content = contentOf("target");
     std::filesystem::remove(files_.path("a.ics"));
     files_.link("a.ics", "target");
-    EXPECT_FALSE(replaceDurably(folder_, "a.ics", "new", identity));
-    EXPECT_FALSE(removeDurably(folder_, "a.ics", identity));
+    EXPECT_FALSE(replaceDurably(folder_, "a.ics", "new", content));
+    EXPECT_FALSE(removeDurably(folder_, "a.ics", content));
     EXPECT_EQ(files_.read("target"), "kept");
 }
 
 TEST_F(DurableWrites, RemoveAFile) {
     files_.write("a.ics", "old");
     files_.write("b.ics", "kept");
-    EXPECT_TRUE(removeDurably(folder_, "a.ics", identityOf("a.ics")));
+    EXPECT_TRUE(removeDurably(folder_, "a.ics", contentOf("a.ics")));
     EXPECT_EQ(files_.names(), Names{"b.ics"});
 }
 
@@ -128,7 +130,7 @@ TEST_F(DurableWrites, TakeThePlaceOfATemporaryFileThatWasLeft) {
     createDurably(folder_, "a.ics", "text");
     EXPECT_EQ(files_.read("a.ics"), "text");
     files_.write(leftOver, std::string(100'000, 'x'));
-    EXPECT_TRUE(replaceDurably(folder_, "a.ics", "new", identityOf("a.ics")));
+    EXPECT_TRUE(replaceDurably(folder_, "a.ics", "new", contentOf("a.ics")));
     EXPECT_EQ(files_.read("a.ics"), "new");
     EXPECT_EQ(files_.names(), Names{"a.ics"});
 }
@@ -140,16 +142,16 @@ TEST_F(DurableWrites, DoNotFollowALinkInThePlaceOfTheTemporaryFile) {
     EXPECT_EQ(files_.read("target"), "kept");
     EXPECT_EQ(files_.read("a.ics"), "text");
     files_.link(leftOver, "nowhere");
-    EXPECT_TRUE(replaceDurably(folder_, "a.ics", "new", identityOf("a.ics")));
+    EXPECT_TRUE(replaceDurably(folder_, "a.ics", "new", contentOf("a.ics")));
     EXPECT_EQ(files_.names(), (Names{"a.ics", "target"}));
 }
 
 TEST_F(DurableWrites, ChangeNothingWhenTheTemporaryFileCannotBeMade) {
     files_.write("a.ics", "old");
     files_.write(std::string(leftOver) + "/kept", "");
-    const FileIdentity identity = identityOf("a.ics");
+    const FileContent content = contentOf("a.ics");
     EXPECT_THROW(createDurably(folder_, "b.ics", "text"), std::system_error);
-    EXPECT_THROW(replaceDurably(folder_, "a.ics", "new", identity), std::system_error);
+    EXPECT_THROW(replaceDurably(folder_, "a.ics", "new", content), std::system_error);
     EXPECT_EQ(files_.read("a.ics"), "old");
     EXPECT_EQ(files_.names(), (Names{"a.ics", leftOver}));
     EXPECT_EQ(files_.names(leftOver), Names{"kept"});
@@ -157,9 +159,9 @@ TEST_F(DurableWrites, ChangeNothingWhenTheTemporaryFileCannotBeMade) {
 
 TEST_F(DurableWrites, ChangeNothingWhenAFolderTookTheNamesPlace) {
     files_.write("a.ics/kept", "");
-    const FileIdentity identity = identityOf("a.ics");
-    EXPECT_THROW(replaceDurably(folder_, "a.ics", "new", identity), std::system_error);
-    EXPECT_THROW(removeDurably(folder_, "a.ics", identity), std::system_error);
+    const FileContent content{"", FileIdentity(statusOf("a.ics"))};
+    EXPECT_FALSE(replaceDurably(folder_, "a.ics", "new", content));
+    EXPECT_FALSE(removeDurably(folder_, "a.ics", content));
     EXPECT_EQ(files_.names(), Names{"a.ics"});
     EXPECT_EQ(files_.names("a.ics"), Names{"kept"});
 }
