@@ -77,7 +77,12 @@ class UnfinishedFile {
     void adopt(const FileIdentity& replaced) {
         // Only root can keep another's ownership; everyone else replaces the file as their own.
         static_cast<void>(::fchown(file_.get(), replaced.owner, replaced.group) == 0);
-        checked("fchmod", [&] { return ::fchmod(file_.get(), replaced.mode & permissions); });
+        const int set =
+            uninterrupted([&] { return ::fchmod(file_.get(), replaced.mode & permissions); });
+        // Where there are no modes to set, the file stays as private as it was made.
+        if (set == -1 && !isUnsupported(errno)) {
+            throwSystemError("fchmod");
+        }
     }
 
     // The bytes must be on the disk before the name leads to them.
@@ -86,7 +91,7 @@ class UnfinishedFile {
     }
 
     // Not every file system can do each of these, and none of them replaces what is there.
-    void takeNewName(const std::string& name) {
+    void takeNewName(const std::string& name, std::string_view text) {
         const int folder = folder_.descriptor();
         if (renameToFreeName(folder, temporaryName, name.c_str()) == 0) {
             name_ = name;
@@ -103,7 +108,10 @@ class UnfinishedFile {
             name_ = name;
             return;
         }
-        throwSystemError("linkat");
+        if (!isUnsupported(errno)) {
+            throwSystemError("linkat");
+        }
+        renameOverReserved(name, text);
     }
 
     // False, and nothing done, when the file is not what was read.
@@ -151,6 +159,27 @@ class UnfinishedFile {
         name_ = name;
     }
 
+    void renameOverReserved(const std::string& name, std::string_view text) {
+        if (identityOf(folder_, name)) {
+            throw std::system_error(std::make_error_code(std::errc::file_exists), name);
+        }
+        // Where there can be a note, the next writer gives up a reservation that a kill has left.
+        const NotedChange change(folder_, {name, std::nullopt, fingerprintOf(text)});
+        const FileDescriptor reserved(checked("openat", [&] {
+            return ::openat(folder_.descriptor(), name.c_str(), newFileFlags, privateMode);
+        }));
+        const std::string written = std::exchange(name_, name);
+        const int renamed = uninterrupted([&] {
+            return ::renameat(
+                folder_.descriptor(), written.c_str(), folder_.descriptor(), name.c_str());
+        });
+        if (renamed == -1) {
+            const int error = errno;
+            ::unlinkat(folder_.descriptor(), written.c_str(), 0);
+            throw std::system_error(error, std::generic_category(), "renameat");
+        }
+    }
+
     // Another program may have set other permissions just before the file was taken out.
     bool adoptLater(const std::optional<FileIdentity>& taken, const FileIdentity& adopted) {
         if (taken && std::tie(taken->mode, taken->owner, taken->group) !=
@@ -180,14 +209,17 @@ bool isTakenOut(const Folder& folder, const std::string& name) {
 } // namespace
 
 void syncFolder(const Folder& folder) {
-    checked("fsync", [&] { return syncToDisk(folder.descriptor()); });
+    // A file system that cannot sync a folder has nothing to promise, and so nothing to break.
+    if (syncToDisk(folder.descriptor()) == -1 && errno != EBADF && !isUnsupported(errno)) {
+        throwSystemError("fsync");
+    }
 }
 
 void createDurably(const Folder& folder, const std::string& name, std::string_view text) {
     UnfinishedFile file(folder);
     file.write(text);
     file.sync();
-    file.takeNewName(name);
+    file.takeNewName(name, text);
     syncFolder(folder);
     file.keep();
 }

@@ -77,7 +77,7 @@ struct Entry {
 };
 
 Entry entryAt(const Folder& folder, const char* name) {
-    struct stat status {};
+    struct stat status = {};
     const int result = uninterrupted(
         [&] { return ::fstatat(folder.descriptor(), name, &status, AT_SYMLINK_NOFOLLOW); });
     if (result == -1 && errno == ENOENT) {

@@ -1,0 +1,142 @@
+"""Network, encrypted and FUSE file systems cannot do all that others can: their errors are made
+here, at each such call. What does not need the call is done without it."""
+
+import errno
+import json
+import os
+import signal
+import stat
+import unittest
+
+from writers import CALENDAR, TAKEN, WRITES, WritersTest
+
+# What kernels, FUSE servers and shares give for a call that they do not have.
+NO_FLAGS = (errno.EINVAL, errno.ENOSYS, errno.EOPNOTSUPP, errno.EPERM)
+NO_LINKS = (errno.EPERM, errno.EOPNOTSUPP, errno.ENOSYS, errno.EMLINK, errno.EXDEV, errno.EACCES)
+NO_FOLDER_SYNC = (errno.EINVAL, errno.EBADF, errno.EOPNOTSUPP, errno.ENOSYS)
+NO_MODES = (errno.EPERM, errno.EOPNOTSUPP, errno.ENOSYS, errno.EACCES, errno.EINVAL)
+NO_LOCKS = (errno.ENOLCK, errno.ENOSYS, errno.EOPNOTSUPP)
+
+
+class LesserFileSystems(WritersTest):
+    def run_without(self, word, request, calls, **variables):
+        failing = " ".join(f"{call}={number}" for call, number in calls.items())
+        return self.run_program(word, request=request, env={
+            "LD_PRELOAD": os.environ["QUENBROOK_FILE_CALLS"], "QUENBROOK_FAIL": failing,
+            **variables})
+
+    def assert_all_done_without(self, calls):
+        for write in WRITES:
+            with self.subTest(write=write.name, calls=calls):
+                self.lay_out()
+                result = self.run_without(write.word, write.request, calls)
+                self.assert_success_told(write, result)
+                self.assertEqual(self.outcome(write), "new")
+                self.assertEqual(self.left_over(), [])
+
+    def test_without_the_flags_of_a_rename(self):
+        for number in NO_FLAGS:
+            self.assert_all_done_without({"rename-to-free": number, "exchange": number})
+
+    def test_without_links(self):
+        for number in NO_LINKS:
+            self.assert_all_done_without({"linkat": number, "symlinkat": number})
+
+    def test_without_flags_and_links(self):
+        for number in NO_LINKS:
+            for links in ({"linkat": number}, {"linkat": number, "symlinkat": number}):
+                self.assert_all_done_without(
+                    {"rename-to-free": errno.EINVAL, "exchange": errno.EINVAL, **links})
+
+    def test_without_syncing_folders(self):
+        for number in NO_FOLDER_SYNC:
+            self.assert_all_done_without({"fsync-folder": number})
+
+    def test_without_modes_the_file_stays_private(self):
+        for number in NO_MODES:
+            calls = {"fchmod": number, "fchown": number}
+            self.assert_all_done_without(calls)
+            self.lay_out()
+            os.chmod(self.work / "one.ics", 0o664)
+            self.run_without("update-event", WRITES[2].request, calls)
+            self.assertEqual(stat.S_IMODE((self.work / "one.ics").stat().st_mode), 0o600)
+
+    def test_without_anything_of_these(self):
+        self.assert_all_done_without({
+            "rename-to-free": errno.EINVAL, "exchange": errno.EINVAL, "linkat": errno.EPERM,
+            "symlinkat": errno.EPERM, "fsync-folder": errno.EINVAL, "fchmod": errno.EPERM,
+            "fchown": errno.EPERM})
+
+    def test_without_room_for_a_note(self):
+        for number in (errno.ENOSPC, errno.EDQUOT, errno.ENAMETOOLONG):
+            self.assert_all_done_without({"symlinkat": number})
+
+    def test_without_locks_nothing_is_written(self):
+        for number in NO_LOCKS:
+            for write in WRITES:
+                with self.subTest(write=write.name, number=number):
+                    self.lay_out()
+                    result = self.run_without(write.word, write.request, {"flock": number})
+                    self.assertEqual((result.status, result.out), (1, b""))
+                    self.assertIn(b"_FAILED", result.err)
+                    self.assertEqual(self.files(), CALENDAR)
+                    self.assertEqual(self.left_over(), [])
+
+    def test_a_sync_of_a_folder_that_fails_otherwise_is_told(self):
+        for write in WRITES:
+            for number in (errno.EIO, errno.ENOSPC, errno.EDQUOT):
+                with self.subTest(write=write.name, number=number):
+                    self.lay_out()
+                    result = self.run_without(write.word, write.request, {"fsync-folder": number})
+                    self.assertEqual((result.status, result.out), (1, b""))
+
+    def test_a_name_that_is_held_when_a_run_is_killed_is_given_up(self):
+        """Between the holding of a name and the whole file under it there is an empty file. Where
+        there can be a note, the next writer removes it."""
+        for links in ({}, {"symlinkat": errno.EPERM}):
+            with self.subTest(links=links):
+                calls = {"rename-to-free": errno.EINVAL, "linkat": errno.EPERM, **links}
+                listed = self.place / "calls"
+                listed.unlink(missing_ok=True)
+                self.run_without("create-event", WRITES[0].request, calls,
+                                 QUENBROOK_LIST=str(listed))
+                made = listed.read_text().split()
+                hold = next(call for call in made[made.index("linkat"):]
+                            if call.startswith("openat"))
+                self.lay_out()
+                result = self.run_without("create-event", WRITES[0].request, calls,
+                                          QUENBROOK_KILL_AFTER=hold)
+                self.assertEqual(result.status, -signal.SIGKILL)
+                held, content = self.changed_file()
+                self.assertEqual(content, b"")
+                self.assertEqual(self.list_titles(), self.untouched_titles)
+                if links:
+                    self.assert_next_write_works()
+                else:
+                    self.answer(WRITES[0].word, WRITES[0].request)
+                    self.assertEqual(self.left_over(), [])
+                self.assertEqual((self.work / held).exists(), bool(links))
+
+    def test_a_first_run(self):
+        data = self.place / "fresh"
+        result = self.run_without("list-calendars", b"", {
+            "rename-to-free": errno.EINVAL, "linkat": errno.EPERM, "symlinkat": errno.EPERM,
+            "fsync-folder": errno.EBADF}, XDG_DATA_HOME=str(data))
+        self.assertEqual((result.status, result.err), (0, b""))
+        self.assertEqual(json.loads(result.out)["calendars"][0]["id"], "local/calendar")
+        self.assertEqual([path.name for path in data.rglob(".*")], [])
+
+    def test_what_a_killed_run_has_taken_out_comes_back_without_the_flags(self):
+        """The file that a removal took out was not what it had read."""
+        self.lay_out()
+        (self.work / "one.ics").rename(self.work / TAKEN)
+        (self.work / ".quenbrook.note.tmp").symlink_to("3:0 - one.ics")
+        result = self.run_without("create-event", WRITES[0].request, {
+            "rename-to-free": errno.EINVAL, "exchange": errno.EINVAL})
+        self.assertEqual(result.status, 0)
+        self.assertEqual((self.work / "one.ics").read_bytes(), CALENDAR["one.ics"])
+        self.assertEqual(self.left_over(), [])
+
+
+if __name__ == "__main__":
+    unittest.main()
