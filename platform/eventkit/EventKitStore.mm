@@ -37,12 +37,12 @@ class AutoreleasePool {
 };
 
 // One reference to an object.
-template <typename Class>
+template <typename Object>
 class Retained {
   public:
     // Takes over the reference that +alloc gave.
-    static Retained adopting(Class* object) { return Retained(object); }
-    static Retained retaining(Class* object) { return Retained([object retain]); }
+    static Retained adopting(Object* object) { return Retained(object); }
+    static Retained retaining(Object* object) { return Retained([object retain]); }
     Retained(Retained&& other) noexcept
         : object_(std::exchange(other.object_, nil)) {}
     Retained& operator=(Retained&& other) noexcept {
@@ -51,13 +51,13 @@ class Retained {
     }
     ~Retained() { [object_ release]; }
 
-    Class* get() const { return object_; }
+    Object* get() const { return object_; }
 
   private:
-    explicit Retained(Class* object)
+    explicit Retained(Object* object)
         : object_(object) {}
 
-    Class* object_;
+    Object* object_;
 };
 
 template <auto release>
@@ -82,7 +82,7 @@ std::string toText(NSString* string) {
 }
 
 // With the byte order said, a byte order mark at the beginning is a character like any other.
-NSString* toString(std::string_view text) {
+NSString* toNSString(std::string_view text) {
     static_assert(std::endian::native == std::endian::little);
     const auto units = icu::UnicodeString::fromUTF8(
         icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
@@ -96,8 +96,8 @@ std::optional<std::string> toOptionalText(NSString* string) {
     return string == nil ? std::nullopt : std::optional(toText(string));
 }
 
-NSString* toStringOrNil(const std::optional<std::string>& text) {
-    return text ? toString(*text) : nil;
+NSString* toNSStringOrNil(const std::optional<std::string>& text) {
+    return text ? toNSString(*text) : nil;
 }
 
 Instant toInstant(NSDate* date) {
@@ -116,13 +116,13 @@ Instant toRequiredInstant(NSDate* date) {
     return toInstant(date);
 }
 
-NSDate* toDate(Instant instant) {
+NSDate* toNSDate(Instant instant) {
     const std::chrono::duration<double> sinceEpoch = instant.time_since_epoch();
     return [NSDate dateWithTimeIntervalSince1970:sinceEpoch.count()];
 }
 
-NSDate* toDateOrNil(const std::optional<Instant>& instant) {
-    return instant ? toDate(*instant) : nil;
+NSDate* toNSDateOrNil(const std::optional<Instant>& instant) {
+    return instant ? toNSDate(*instant) : nil;
 }
 
 // The body's result, all its temporary objects gone; an NSException becomes a PlatformError. That
@@ -193,14 +193,27 @@ std::optional<RecurrenceEnd> toRecurrenceEnd(EKRecurrenceEnd* end) {
 }
 
 // The results of a function on the objects of a list, nil being an empty one.
-template <typename Class, typename Function>
+template <typename Object, typename Function>
 auto mapped(NSArray* list, const Function& function) {
-    std::vector<std::invoke_result_t<Function, Class*>> results;
+    std::vector<std::invoke_result_t<Function, Object*>> results;
     results.reserve([list count]);
-    for (Class* object in list) {
+    for (Object* object in list) {
         results.push_back(function(object));
     }
     return results;
+}
+
+// The same for a list that may be long: what reading one object leaves behind goes before the next
+// is read. The pool is drained by hand and not by a guard, for an exception on its way through here
+// lives in it; the pool around takes this one along.
+template <typename Object, typename Function>
+auto mappedOneByOne(NSArray* list, const Function& function) {
+    return mapped<Object>(list, [&](Object* object) {
+        NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+        auto result = function(object);
+        [pool drain];
+        return result;
+    });
 }
 
 std::int64_t toNumber(NSNumber* number) {
@@ -244,7 +257,7 @@ EKRecurrenceEnd* toEKRecurrenceEnd(const std::optional<RecurrenceEnd>& end) {
         return nil;
     }
     if (end->endDate) {
-        return [EKRecurrenceEnd recurrenceEndWithEndDate:toDate(*end->endDate)];
+        return [EKRecurrenceEnd recurrenceEndWithEndDate:toNSDate(*end->endDate)];
     }
     return [EKRecurrenceEnd
         recurrenceEndWithOccurrenceCount:static_cast<NSUInteger>(end->occurrenceCount)];
@@ -259,6 +272,7 @@ EKRecurrenceRule* toEKRecurrenceRule(const RecurrenceRule& rule) {
     });
     NSArray* days = listOrNil(rule.daysOfTheMonth, toNSNumber);
     NSArray* months = listOrNil(rule.monthsOfTheYear, toNSNumber);
+    // What the long initializer makes of no lists at all is not documented.
     if (weekdays == nil && days == nil && months == nil) {
         return [[[EKRecurrenceRule alloc] initRecurrenceWithFrequency:frequency
                                                              interval:rule.interval
@@ -347,12 +361,12 @@ void setRecurrenceRules(EKEvent* event, const std::vector<RecurrenceRule>& rules
 
 void fillNew(EKEvent* event, EKCalendar* calendar, const EventChanges& values) {
     [event setCalendar:calendar];
-    [event setTitle:toStringOrNil(values.title)];
-    [event setStartDate:toDateOrNil(values.start)];
-    [event setEndDate:toDateOrNil(values.end)];
+    [event setTitle:toNSStringOrNil(values.title)];
+    [event setStartDate:toNSDateOrNil(values.start)];
+    [event setEndDate:toNSDateOrNil(values.end)];
     [event setAllDay:values.isAllDay.value_or(false)];
-    [event setLocation:toStringOrNil(values.location)];
-    [event setNotes:toStringOrNil(values.notes)];
+    [event setLocation:toNSStringOrNil(values.location)];
+    [event setNotes:toNSStringOrNil(values.notes)];
     if (values.alarms) {
         setAlarms(event, *values.alarms);
     }
@@ -363,22 +377,22 @@ void fillNew(EKEvent* event, EKCalendar* calendar, const EventChanges& values) {
 
 void change(EKEvent* event, const EventChanges& changes) {
     if (changes.title) {
-        [event setTitle:toString(*changes.title)];
+        [event setTitle:toNSString(*changes.title)];
     }
     if (changes.start) {
-        [event setStartDate:toDate(*changes.start)];
+        [event setStartDate:toNSDate(*changes.start)];
     }
     if (changes.end) {
-        [event setEndDate:toDate(*changes.end)];
+        [event setEndDate:toNSDate(*changes.end)];
     }
     if (changes.isAllDay) {
         [event setAllDay:*changes.isAllDay];
     }
     if (changes.location) {
-        [event setLocation:toString(*changes.location)];
+        [event setLocation:toNSString(*changes.location)];
     }
     if (changes.notes) {
-        [event setNotes:toString(*changes.notes)];
+        [event setNotes:toNSString(*changes.notes)];
     }
     if (changes.alarms) {
         setAlarms(event, *changes.alarms);
@@ -418,7 +432,7 @@ class EventKitStore final : public CalendarStore {
 
     std::optional<Calendar> calendar(std::string_view identifier) override {
         return atTheBoundary([&]() -> std::optional<Calendar> {
-            EKCalendar* calendar = [store_.get() calendarWithIdentifier:toString(identifier)];
+            EKCalendar* calendar = [store_.get() calendarWithIdentifier:toNSString(identifier)];
             return calendar == nil ? std::nullopt : std::optional(remembered(calendar));
         });
     }
@@ -431,18 +445,18 @@ class EventKitStore final : public CalendarStore {
             if (calendars && [filter count] == 0) {
                 return {};
             }
-            NSPredicate* inRange = [store_.get() predicateForEventsWithStartDate:toDate(start)
-                                                                         endDate:toDate(end)
+            NSPredicate* inRange = [store_.get() predicateForEventsWithStartDate:toNSDate(start)
+                                                                         endDate:toNSDate(end)
                                                                        calendars:filter];
             EventReader reader(store_.get());
-            return mapped<EKEvent>([store_.get() eventsMatchingPredicate:inRange],
+            return mappedOneByOne<EKEvent>([store_.get() eventsMatchingPredicate:inRange],
                 [&](EKEvent* event) { return reader.read(event); });
         });
     }
 
     std::optional<Event> event(std::string_view identifier) override {
         return atTheBoundary([&]() -> std::optional<Event> {
-            EKEvent* event = [store_.get() eventWithIdentifier:toString(identifier)];
+            EKEvent* event = [store_.get() eventWithIdentifier:toNSString(identifier)];
             return event == nil ? std::nullopt
                                 : std::optional(EventReader(store_.get()).read(event));
         });
@@ -456,11 +470,10 @@ class EventKitStore final : public CalendarStore {
             }
             EKEvent* event = [EKEvent eventWithEventStore:store_.get()];
             fillNew(event, object, changes);
-            NSError* error = nil;
             const BOOL isSaved = [store_.get() saveEvent:event
                                                     span:EKSpanThisEvent
                                                   commit:YES
-                                                   error:&error];
+                                                   error:nullptr];
             return isSaved ? std::optional(EventReader(store_.get()).read(event)) : std::nullopt;
         });
     }
@@ -475,17 +488,21 @@ class EventKitStore final : public CalendarStore {
                                                   commit:YES
                                                    error:&error];
             // NO without an error says that there was nothing to save.
-            return isSaved || error == nil;
+            if (isSaved || error == nil) {
+                return true;
+            }
+            // Else the framework hands out the same object again, with what it refused.
+            [object rollback];
+            return false;
         });
     }
 
     bool remove(const Event& event) override {
         return atTheBoundary([&] {
-            NSError* error = nil;
             return static_cast<bool>([store_.get() removeEvent:Handle::eventOf(event)
                                                           span:EKSpanThisEvent
                                                         commit:YES
-                                                         error:&error]);
+                                                         error:nullptr]);
         });
     }
 
@@ -502,7 +519,7 @@ class EventKitStore final : public CalendarStore {
         const auto known = calendars_.find(calendar.identifier);
         return known != calendars_.end()
                    ? known->second.get()
-                   : [store_.get() calendarWithIdentifier:toString(calendar.identifier)];
+                   : [store_.get() calendarWithIdentifier:toNSString(calendar.identifier)];
     }
 
     NSArray* objectsOf(std::span<const Calendar> calendars) {

@@ -27,7 +27,8 @@ EVENT_FIELDS = {
     "location": [1, True, [], {}],
     "notes": [1, True, [], {}],
     "attendees": ["a@example.com", [1], [None], {}, 1],
-    "alarmMinutes": [15, ["15"], [1.5], [None], [True], {}, [2 ** 63], [-2 ** 63 - 1]],
+    "alarmMinutes": [15, ["15"], [1.5], [None], [True], {}, [2 ** 63], [-2 ** 63 - 1], [1e19],
+                     [0.5]],
     "attendeesV2": [["a@example.com"], [{}], [{"name": "x"}], [{"email": 1}],
                     [{"email": "a@example.com", "name": 1}], {}, "x"],
     "sendInvitations": ["yes", 1, 0, []],
@@ -87,6 +88,19 @@ class Requests(Case):
             "update-event", request={"id": "e", "patch": {"clearRecurrenceRules": "yes"}}),
             "clearRecurrenceRules")
 
+    def test_takes_every_number_of_integral_value_for_an_integer(self):
+        for number in ("15", "15.0", "1.5e1", "1500E-2", "-0.0", "1e18", "9007199254740993.0",
+                       "-9223372036854775808", "0e99999999999"):
+            with self.subTest(number=number):
+                self.assertError(
+                    self.run_program("update-event", request='{"id":"e","patch":{"alarmMinutes":['
+                                     + number + ',0]}}'), "EVENT_NOT_FOUND", "e")
+        for number in ("1.5", "1e19", "9223372036854775808.0", "1e-1", "1e400", "1e99999999999"):
+            with self.subTest(number=number):
+                self.assertInvalidJSON(
+                    self.run_program("update-event", request='{"id":"e","patch":{"alarmMinutes":['
+                                     + number + ',0]}}'), "alarmMinutes[0]", "integer")
+
     def test_takes_null_for_an_optional_key_that_is_absent(self):
         for key in [*EVENT_FIELDS, "clearRecurrenceRules"]:
             with self.subTest(key=key):
@@ -105,7 +119,7 @@ class Requests(Case):
     def test_ignores_keys_it_does_not_know(self):
         for request in ('{"id":"e","extra":1}', '{"id":"e","ID":2,"Id":null}',
                         '{"extra":{"id":1,"a":[[[{}]]]},"id":"e"}',
-                        '{"id":"e","big":1' + "0" * 300 + '}',
+                        '{"id":"e","big":1' + "0" * 400 + '}', '{"id":"e","big":[-1e400,1E99999]}',
                         '{"id":"e","deep":' + "[" * 1000 + "]" * 1000 + "}"):
             with self.subTest(request=request[:60]):
                 self.assertError(self.run_program("get-attendee-status", request=request),

@@ -25,9 +25,8 @@ namespace quenbrook::contract {
 struct StoreCapabilities {
     // Instants come back to the millisecond; otherwise cut to the whole second.
     bool keepsFractionalSeconds = true;
-    // An event with rules is found as one occurrence for each repetition; otherwise only as the
-    // event it was made from.
-    bool expandsSeries = true;
+    // A range of any length is searched whole; otherwise no further than its first four years.
+    bool searchesLongRanges = true;
     // An event without a title comes back without one; otherwise with an empty title.
     bool keepsAbsentTitles = true;
     // Texts may hold U+0000; otherwise a write that carries one is refused.
@@ -39,9 +38,8 @@ struct StoreCapabilities {
     // An all-day event is saved from the first moment of its first local day to 23:59:59 of its
     // last; otherwise with the very instants that were set.
     bool alignsAllDayEvents = true;
-    // A change or removal of one occurrence of a series leaves its siblings as they are; otherwise
-    // it befalls the whole series.
-    bool changesSingleOccurrences = true;
+    // A change of an event that is gone by then is refused; otherwise it brings the event back.
+    bool refusesChangesOfGoneEvents = true;
 };
 
 struct CalendarSeed {

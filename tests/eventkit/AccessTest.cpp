@@ -83,6 +83,14 @@ TEST_F(Access, HandsOnAnErrorWhateverTheFlag) {
     }
 }
 
+TEST_F(Access, OpensTheCalendarsOfAStoreThatWasOpenBefore) {
+    addCalendar(u"C1");
+    world_.authorizationStatus = 0;
+    EXPECT_TRUE(store().calendars().empty());
+    ask();
+    EXPECT_EQ(store().calendars().size(), 1U);
+}
+
 TEST_F(Access, KeepsTheCompletionUntilItsAnswerAndNoLonger) {
     world_.prompt = {.answersLate = true};
     std::promise<void> answered;

@@ -54,8 +54,8 @@ EventKitHarness::~EventKitHarness() {
 
 contract::StoreCapabilities EventKitHarness::capabilities() const {
     contract::StoreCapabilities capabilities;
-    capabilities.expandsSeries = false;
-    capabilities.changesSingleOccurrences = false;
+    capabilities.searchesLongRanges = false;
+    capabilities.refusesChangesOfGoneEvents = false;
     return capabilities;
 }
 

@@ -193,6 +193,56 @@ TEST_F(Events, ShareTheirCalendarWhichIsReadOnce) {
     EXPECT_EQ(std::count(calls.begin(), calls.end(), "EKCalendar title"), 1);
 }
 
+TEST_F(Events, HaveTheirOwnCalendarOrNone) {
+    addCalendar(u"C1");
+    addCalendar(u"C2").title = u"Other";
+    addEvent(u"E1");
+    addEvent(u"E2").calendar = u"C2";
+    addEvent(u"E3").calendar.reset();
+    addEvent(u"E4");
+    addEvent(u"E5").calendar = u"C2";
+    const auto found = eventsOfTheDay();
+    ASSERT_EQ(found.size(), 5U);
+    EXPECT_EQ(*found[0].calendar, store().calendar("C1"));
+    EXPECT_EQ(*found[1].calendar, store().calendar("C2"));
+    EXPECT_EQ(found[2].calendar, nullptr);
+    EXPECT_EQ(*found[3].calendar, store().calendar("C1"));
+    EXPECT_EQ(*found[4].calendar, store().calendar("C2"));
+}
+
+// One pool drained for each event, and none of the objects that reading it made is left: with what
+// the list itself holds, no more are alive at any time than one event takes.
+TEST_F(Events, LeaveNothingBehindWhileALongListIsRead) {
+    world_.calendars.push_back(fullCalendar(u"C1"));
+    for (int i = 0; i < 50; ++i) {
+        world_.events.push_back(fullEvent(u"E1", u"C1"));
+    }
+    std::map<std::string, int> objects;
+    world_.atEachCall = [&] {
+        for (const auto& [kind, count] : standin::liveObjects()) {
+            objects[kind] = std::max(objects[kind], count);
+        }
+    };
+    EXPECT_EQ(eventsOfTheDay().size(), 50U);
+    world_.atEachCall = nullptr;
+    EXPECT_EQ(objects.at("EKEvent"), 50);
+    EXPECT_LE(objects.at("EKParticipant"), 2);
+    EXPECT_LE(objects.at("EKRecurrenceRule"), 2);
+    EXPECT_LE(objects.at("EKAlarm"), 2);
+}
+
+TEST_F(Events, AreNoneWithoutFullAccess) {
+    addCalendar(u"C1");
+    addEvent(u"E1");
+    for (const std::int64_t status : {0, 1, 2, 4}) {
+        world_.authorizationStatus = status;
+        EXPECT_TRUE(eventsOfTheDay().empty());
+        EXPECT_FALSE(store().event("E1"));
+        EXPECT_TRUE(store().calendars().empty());
+        EXPECT_FALSE(store().calendar("C1"));
+    }
+}
+
 TEST_F(Events, ComeInTheOrderOfTheFramework) {
     addCalendar(u"C1");
     for (const char16_t* identifier : {u"E3", u"E1", u"E2"}) {

@@ -8,8 +8,8 @@
 
 // Gives the whole program, linked with the stand-in, a world to work on: that of the JSON file
 // which the environment variable QUENBROOK_STAND_IN names, or one without calendars and with full
-// access. What the program saves or removes is written back to the file, so that the next run finds
-// it.
+// access. What the program saves or removes, and what the prompt was answered, is written back to
+// the file, so that the next run finds it.
 namespace quenbrook::standin {
 namespace {
 
@@ -150,6 +150,9 @@ void from_json(const Json& object, Event& event) {
     read(object, "rules", event.recurrenceRules);
     read(object, "lastModified", event.lastModifiedDate);
     read(object, "availability", event.availability);
+    read(object, "removed", event.removedOccurrences);
+    read(object, "changed", event.changedOccurrences);
+    read(object, "originalStart", event.originalStart);
 }
 
 void to_json(Json& object, const Event& event) {
@@ -165,6 +168,13 @@ void to_json(Json& object, const Event& event) {
     write(object, "alarms", event.alarms);
     write(object, "rules", event.recurrenceRules);
     write(object, "lastModified", event.lastModifiedDate);
+    write(object, "originalStart", event.originalStart);
+    if (!event.removedOccurrences.empty()) {
+        object["removed"] = event.removedOccurrences;
+    }
+    if (!event.changedOccurrences.empty()) {
+        object["changed"] = event.changedOccurrences;
+    }
 }
 
 void from_json(const Json& object, Prompt& prompt) {
@@ -193,6 +203,7 @@ class SeededWorld {
         read(document_, "prompt", world_.prompt);
         read(document_, "refusesSaves", world_.refusesSaves);
         read(document_, "refusesRemovals", world_.refusesRemovals);
+        read(document_, "removesNothingWithoutError", world_.removesNothingWithoutError);
         read(document_, "raisingCall", world_.raisingCall);
         read(document_, "calendars", world_.calendars);
         read(document_, "events", world_.events);
@@ -200,6 +211,7 @@ class SeededWorld {
 
     void save() {
         document_["events"] = world_.events;
+        document_["status"] = world_.authorizationStatus;
         std::ofstream(path_) << document_.dump(-1, ' ', false, Json::error_handler_t::strict);
     }
 

@@ -125,6 +125,33 @@ TEST_F(Writing, CreatesRulesWithDaysAndMonths) {
                                                          .monthsOfTheYear = {{3}}}));
 }
 
+TEST_F(Writing, CreatesRulesWithDaysThatEnd) {
+    addCalendar(u"C1");
+    for (const auto& end :
+        {RecurrenceEnd::withOccurrenceCount(7), RecurrenceEnd::withEndDate(ten)}) {
+        auto changes = aNewEvent();
+        changes.recurrenceRules = {
+            {.frequency = 1, .interval = 1, .end = end, .daysOfTheWeek = {2, 6}}};
+        const auto created = store().create(store().calendar("C1").value(), changes);
+        EXPECT_EQ(created->recurrenceRules, *changes.recurrenceRules);
+    }
+}
+
+TEST_F(Writing, DoesNotPassOnRulesThatAreNone) {
+    addCalendar(u"C1");
+    const auto calendar = store().calendar("C1").value();
+    for (const auto& rule : std::vector<platform::RecurrenceRule>{{.frequency = 4, .interval = 1},
+             {.frequency = -1, .interval = 1}, {.frequency = 0, .interval = 0},
+             {.frequency = 0, .interval = 1, .end = RecurrenceEnd::withOccurrenceCount(0)},
+             {.frequency = 1, .interval = 1, .daysOfTheWeek = {8}},
+             {.frequency = 1, .interval = 0, .daysOfTheWeek = {1}}}) {
+        auto changes = aNewEvent();
+        changes.recurrenceRules = {rule};
+        EXPECT_THROW(store().create(calendar, changes), platform::PlatformError);
+    }
+    EXPECT_THAT(world_.events, IsEmpty());
+}
+
 TEST_F(Writing, CreatesInACalendarOfAnotherRunAfterALookUp) {
     addCalendar(u"C1");
     const auto calendar = store().calendar("C1").value();
@@ -265,6 +292,52 @@ TEST_F(Writing, RefusesANewEventThatWasNotSavedForWhateverReason) {
     EXPECT_FALSE(store().create(calendar, aNewEvent()));
 }
 
+TEST_F(Writing, RefusesARemovalThatWasNotMadeForWhateverReason) {
+    addCalendar(u"C1");
+    addEvent(u"E1");
+    world_.removesNothingWithoutError = true;
+    EXPECT_FALSE(store().remove(store().event("E1").value()));
+    EXPECT_EQ(world_.events.size(), 1U);
+}
+
+TEST_F(Writing, TakesBackWhatWasRefused) {
+    addCalendar(u"C1");
+    addEvent(u"E1");
+    const auto event = store().event("E1").value();
+    world_.refusesSaves = true;
+    EXPECT_THAT(callsOf([&] { EXPECT_FALSE(store().update(event, {.title = "Refused"})); }),
+        ElementsAre("EKEvent setTitle: Refused", saving, "EKEvent rollback"));
+    world_.refusesSaves = false;
+    ASSERT_TRUE(store().update(store().event("E1").value(), {.location = "Saved"}));
+    EXPECT_EQ(world_.events.at(0).title, u"Title");
+    EXPECT_EQ(world_.events.at(0).location, u"Saved");
+}
+
+TEST_F(Writing, TakesNoEventOfAnotherStore) {
+    addCalendar(u"C1");
+    addEvent(u"E1");
+    const auto event = store().event("E1").value();
+    const auto other = platform::openCalendarStore();
+    EXPECT_THROW(other->update(event, {.title = "Other"}), platform::PlatformError);
+    EXPECT_THROW(other->remove(event), platform::PlatformError);
+    EXPECT_EQ(world_.events.at(0).title, u"Title");
+}
+
+TEST_F(Writing, RefusesEverythingWithoutFullAccess) {
+    addCalendar(u"C1");
+    addEvent(u"E1");
+    const auto calendar = store().calendar("C1").value();
+    const auto event = store().event("E1").value();
+    const auto before = world_.events;
+    for (const std::int64_t status : {0, 1, 2, 4}) {
+        world_.authorizationStatus = status;
+        EXPECT_FALSE(store().create(calendar, aNewEvent()));
+        EXPECT_FALSE(store().update(event, {.title = "Other"}));
+        EXPECT_FALSE(store().remove(event));
+        EXPECT_EQ(world_.events, before);
+    }
+}
+
 TEST_F(Writing, RefusesReadOnlyCalendarsAndReversedTimes) {
     addCalendar(u"C1");
     addEvent(u"E1");
@@ -276,7 +349,9 @@ TEST_F(Writing, RefusesReadOnlyCalendarsAndReversedTimes) {
     world_.calendars.at(0).allowsContentModifications = false;
     EXPECT_FALSE(store().create(calendar, aNewEvent()));
     EXPECT_FALSE(store().update(store().event("E1").value(), {.title = "Other"}));
-    EXPECT_THAT(world_.events.at(0).title, u"Title");
+    EXPECT_FALSE(store().remove(store().event("E1").value()));
+    ASSERT_EQ(world_.events.size(), 1U);
+    EXPECT_EQ(world_.events[0].title, u"Title");
 }
 
 TEST_F(Writing, RemovesWithOneCall) {

@@ -16,4 +16,4 @@ cmake --build "$folder" --target eventkit_store contract_eventkit quenbrook_with
 
 "$folder/tests/eventkit/eventkit_store" --gtest_brief=1
 "$folder/tests/eventkit/contract_eventkit" --gtest_brief=1
-ctest --test-dir "$folder" --output-on-failure --no-tests=error --tests-regex '^eventkit\.'
+ctest --test-dir "$folder" --output-on-failure --no-tests=error --tests-regex '^(eventkit\.|conformance\.eventkit)'

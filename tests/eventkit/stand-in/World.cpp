@@ -51,6 +51,9 @@ World& World::current() {
 
 bool World::record(std::string call) {
     calls.push_back(std::move(call));
+    if (atEachCall) {
+        atEachCall();
+    }
     return raisingCall == calls.size() - 1;
 }
 

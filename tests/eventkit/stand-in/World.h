@@ -102,6 +102,11 @@ struct Event {
     std::optional<std::vector<Rule>> recurrenceRules;
     std::optional<double> lastModifiedDate;
     std::int64_t availability = 0;
+    // Of a series: what was removed of it, by the starts that its rule gave, and what was changed.
+    std::vector<double> removedOccurrences;
+    std::vector<Event> changedOccurrences;
+    // Of an occurrence: the start that the rule gave.
+    std::optional<double> originalStart;
 
     bool operator==(const Event&) const = default;
 };
@@ -116,7 +121,7 @@ struct Prompt {
 };
 
 // All that outlives a store object. The one World alive is the one that the framework sees. A
-// series is found only as the event it was made from.
+// series stands in it as the event that it was made from (Series.h).
 class World {
   public:
     World();
@@ -131,15 +136,18 @@ class World {
     // In the order in which the framework hands them out.
     std::vector<Calendar> calendars;
     std::vector<Event> events;
-    // Told of every event saved or removed.
+    // Told of every event saved or removed, and of every answer to the prompt.
     std::function<void()> whenChanged;
 
+    // 3, full access, alone lets the calendars be seen and changed. An answer to the prompt sets
+    // it.
     std::int64_t authorizationStatus = 3;
     Prompt prompt;
     bool refusesSaves = false;
     bool refusesRemovals = false;
     // A save answers NO without an error, as it also does when there is nothing to save.
     bool savesNothingWithoutError = false;
+    bool removesNothingWithoutError = false;
     bool lacksTheSRGBSpace = false;
     bool answersNilForLists = false;
 
@@ -151,6 +159,9 @@ class World {
     std::optional<std::size_t> raisingCall;
     static constexpr std::u16string_view reasonOfExceptions = u"the stand-in was told to raise";
 
+    // Told of every call before anything is done.
+    std::function<void()> atEachCall;
+
     // How often the last store was released while its calendars or events were still alive.
     int objectsThatOutlivedTheirStore = 0;
 
@@ -159,6 +170,8 @@ class World {
     Event* find(std::u16string_view identifier);
     const Calendar* calendar(std::u16string_view identifier) const;
     std::u16string newIdentifier();
+    std::uint64_t newStoreNumber() { return ++stores_; }
+    bool isOpen() const { return authorizationStatus == 3; }
 
     // Runs `answer` at once or on a thread of its own, as the prompt says.
     void answerPrompt(std::function<void()> answer);
@@ -166,6 +179,7 @@ class World {
 
   private:
     int identifiers_ = 0;
+    std::uint64_t stores_ = 0;
     std::vector<std::thread> answers_;
 };
 

@@ -131,15 +131,16 @@ std::string seconds(NSDate* date) {
 @end
 
 @implementation EKEvent
-- (instancetype)initWithEvent:(const quenbrook::standin::Event&)event {
+- (instancetype)initWithEvent:(const quenbrook::standin::Event&)event store:(std::uint64_t)store {
     if ((self = [super init])) {
-        state_ = new EventObject{event, event};
+        state_ = new EventObject{store, event, event};
     }
     return self;
 }
-- (instancetype)initNew {
+- (instancetype)initNewOf:(std::uint64_t)store {
     if ((self = [super init])) {
         state_ = new EventObject{};
+        state_->store = store;
         state_->current.title = u"";
         state_->current.recurrenceRules.emplace();
     }
@@ -147,10 +148,14 @@ std::string seconds(NSDate* date) {
 }
 + (EKEvent*)eventWithEventStore:(EKEventStore*)eventStore {
     call("EKEvent eventWithEventStore:");
-    if (eventStore == nil) {
-        [NSException raise:NSInvalidArgumentException format:@"no store"];
+    quenbrook::standin::raiseUnless(eventStore != nil, @"no store");
+    return [[[EKEvent alloc] initNewOf:[eventStore number]] autorelease];
+}
+- (void)rollback {
+    call("EKEvent rollback");
+    if (state_->saved) {
+        state_->current = *state_->saved;
     }
-    return [[[EKEvent alloc] initNew] autorelease];
 }
 - (EventObject&)value {
     return *state_;

@@ -1,5 +1,8 @@
 #import "tests/eventkit/stand-in/EventKit/Objects.h"
 
+#include "tests/eventkit/stand-in/Series.h"
+
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <ctime>
@@ -10,6 +13,7 @@ using quenbrook::standin::countBirth;
 using quenbrook::standin::countDeath;
 using quenbrook::standin::Event;
 using quenbrook::standin::EventObject;
+using quenbrook::standin::raiseUnless;
 using quenbrook::standin::string;
 using quenbrook::standin::text;
 using quenbrook::standin::utf8;
@@ -20,6 +24,7 @@ NSString* const EKErrorDomain = @"EKErrorDomain";
 @interface StandInEventPredicate : NSPredicate {
   @public
     double start_;
+    // No later than four years after the start.
     double end_;
     // Null: all.
     std::set<std::u16string>* calendars_;
@@ -75,14 +80,33 @@ void alignToDays(Event& event) {
     end = (endsAtMidnight ? end : localMidnight(end, 1)) - 1;
 }
 
-std::optional<EKErrorCode> refusal(const Event& event) {
+double fourYearsAfter(double seconds) {
+    const auto instant = static_cast<std::time_t>(std::floor(seconds));
+    std::tm utc{};
+    gmtime_r(&instant, &utc);
+    utc.tm_year += 4;
+    return static_cast<double>(timegm(&utc)) + seconds - std::floor(seconds);
+}
+
+// Why an event can be neither saved nor removed.
+std::optional<EKErrorCode> refusalOfCalendar(const Event& event) {
     World& world = World::current();
+    if (!world.isOpen()) {
+        return EKErrorEventStoreNotAuthorized;
+    }
     const auto* calendar = event.calendar ? world.calendar(*event.calendar) : nullptr;
     if (calendar == nullptr) {
         return EKErrorNoCalendar;
     }
     if (!calendar->allowsContentModifications) {
         return EKErrorCalendarReadOnly;
+    }
+    return std::nullopt;
+}
+
+std::optional<EKErrorCode> refusal(const Event& event) {
+    if (const auto code = refusalOfCalendar(event)) {
+        return code;
     }
     if (!event.startDate) {
         return EKErrorNoStartDate;
@@ -112,6 +136,47 @@ double now() {
     return std::floor(std::chrono::duration<double>(sinceEpoch).count());
 }
 
+// Puts a saved event into the world, where one that is gone comes back. The event becomes what an
+// object of it is from then on.
+void store(Event& event, const std::optional<Event>& before, EKSpan span) {
+    World& world = World::current();
+    Event* stored = world.find(event.identifier.value());
+    if (stored == nullptr) {
+        stored = &world.events.emplace_back();
+    } else if (isSeries(*stored)) {
+        event.originalStart = originalStart(before.value());
+        if (span == EKSpanThisEvent && event.recurrenceRules == before->recurrenceRules) {
+            changeOccurrence(*stored, event);
+            return;
+        }
+        changeOccurrencesFrom(*stored, event);
+        event = *stored;
+    }
+    event.originalStart.reset();
+    *stored = event;
+    if (isSeries(event)) {
+        event.originalStart = event.startDate;
+    }
+}
+
+void erase(const Event& event, EKSpan span) {
+    auto& events = World::current().events;
+    const auto stored = std::find_if(events.begin(), events.end(),
+        [&](const Event& other) { return other.identifier == event.identifier; });
+    if (isSeries(*stored)) {
+        const double start = originalStart(event);
+        if (span == EKSpanThisEvent) {
+            removeOccurrence(*stored, start);
+        } else {
+            removeOccurrencesFrom(*stored, start);
+        }
+        if (isSeries(*stored) && firstOccurrence(*stored)) {
+            return;
+        }
+    }
+    events.erase(stored);
+}
+
 void changed() {
     if (World::current().whenChanged) {
         World::current().whenChanged();
@@ -136,9 +201,12 @@ int liveStores = 0;
         [self release];
         @throw;
     }
+    number_ = World::current().newStoreNumber();
+    refused_ = [[NSMutableArray alloc] init];
     return [super init];
 }
 - (void)dealloc {
+    [refused_ release];
     countDeath(self);
     if (--liveStores == 0) {
         const auto alive = quenbrook::standin::liveObjects();
@@ -146,6 +214,25 @@ int liveStores = 0;
             alive.contains("EKEvent") || alive.contains("EKCalendar");
     }
     [super dealloc];
+}
+- (std::uint64_t)number {
+    return number_;
+}
+// What was changed and not saved, for good or ill, is what the framework hands out again.
+- (EKEvent*)objectFor:(const Event&)event {
+    for (EKEvent* object in refused_) {
+        EventObject& known = [object value];
+        if (known.saved == event && known.current != event) {
+            return [[object retain] autorelease];
+        }
+    }
+    return [[[EKEvent alloc] initWithEvent:event store:number_] autorelease];
+}
+- (BOOL)refuse:(EKEvent*)event with:(EKErrorCode)code error:(NSError**)error {
+    if ([event value].saved && ![refused_ containsObject:event]) {
+        [refused_ addObject:event];
+    }
+    return refuse(code, error);
 }
 + (EKAuthorizationStatus)authorizationStatusForEntityType:(EKEntityType)entityType {
     call("EKEventStore authorizationStatusForEntityType: " + std::to_string(entityType));
@@ -158,8 +245,13 @@ int liveStores = 0;
     World::current().answerPrompt([copied] {
         const bool isNewThread = GSRegisterCurrentThread();
         NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
-        const auto& prompt = World::current().prompt;
+        World& world = World::current();
+        const auto& prompt = world.prompt;
         NSError* error = nil;
+        if (!prompt.error) {
+            world.authorizationStatus = prompt.granted ? 3 : 2;
+            changed();
+        }
         if (prompt.error) {
             error = [NSError
                 errorWithDomain:EKErrorDomain
@@ -181,6 +273,9 @@ int liveStores = 0;
         return nil;
     }
     NSMutableArray* calendars = [NSMutableArray array];
+    if (!World::current().isOpen()) {
+        return calendars;
+    }
     for (const auto& calendar : World::current().calendars) {
         [calendars addObject:[[[EKCalendar alloc] initWithCalendar:calendar] autorelease]];
     }
@@ -188,14 +283,16 @@ int liveStores = 0;
 }
 - (EKCalendar*)calendarWithIdentifier:(NSString*)identifier {
     call("EKEventStore calendarWithIdentifier: " + utf8(identifier));
-    const auto* calendar = World::current().calendar(text(identifier));
+    World& world = World::current();
+    const auto* calendar = world.isOpen() ? world.calendar(text(identifier)) : nullptr;
     return calendar == nullptr ? nil
                                : [[[EKCalendar alloc] initWithCalendar:*calendar] autorelease];
 }
 - (EKEvent*)eventWithIdentifier:(NSString*)identifier {
     call("EKEventStore eventWithIdentifier: " + utf8(identifier));
-    const Event* event = World::current().find(text(identifier));
-    return event == nullptr ? nil : [[[EKEvent alloc] initWithEvent:*event] autorelease];
+    World& world = World::current();
+    const Event* event = world.isOpen() ? world.find(text(identifier)) : nullptr;
+    return event == nullptr ? nil : [self objectFor:firstOccurrence(*event).value()];
 }
 - (NSPredicate*)predicateForEventsWithStartDate:(NSDate*)startDate
                                         endDate:(NSDate*)endDate
@@ -210,7 +307,7 @@ int liveStores = 0;
     }
     auto* predicate = [[[StandInEventPredicate alloc] init] autorelease];
     predicate->start_ = [startDate timeIntervalSince1970];
-    predicate->end_ = [endDate timeIntervalSince1970];
+    predicate->end_ = std::min([endDate timeIntervalSince1970], fourYearsAfter(predicate->start_));
     if (calendars != nil) {
         predicate->calendars_ = new std::set<std::u16string>;
         for (EKCalendar* calendar in calendars) {
@@ -225,9 +322,15 @@ int liveStores = 0;
         return nil;
     }
     NSMutableArray* events = [NSMutableArray array];
+    auto* range = static_cast<StandInEventPredicate*>(predicate);
+    if (!World::current().isOpen()) {
+        return events;
+    }
     for (const Event& event : World::current().events) {
-        if ([static_cast<StandInEventPredicate*>(predicate) holdsOf:event]) {
-            [events addObject:[[[EKEvent alloc] initWithEvent:event] autorelease]];
+        for (const Event& occurrence : occurrencesBefore(event, range->end_)) {
+            if ([range holdsOf:occurrence]) {
+                [events addObject:[self objectFor:occurrence]];
+            }
         }
     }
     return events;
@@ -236,44 +339,48 @@ int liveStores = 0;
     call("EKEventStore saveEvent:span:commit:error:" + arguments(span, commit));
     World& world = World::current();
     EventObject& object = [event value];
+    raiseUnless(object.store == number_, @"an event of another store");
     if (world.refusesSaves) {
-        return refuse(EKErrorInternalFailure, error);
+        return [self refuse:event with:EKErrorInternalFailure error:error];
     }
-    Event* stored = object.saved ? world.find(object.saved->identifier.value()) : nullptr;
-    if (object.saved && stored == nullptr) {
-        return refuse(EKErrorEventNotMutable, error);
-    }
-    if (world.savesNothingWithoutError || object.current == object.saved) {
+    const bool isStored = object.saved && world.find(object.saved->identifier.value()) != nullptr;
+    if (world.savesNothingWithoutError || (isStored && object.current == object.saved)) {
         return NO;
     }
     if (const auto code = refusal(object.current)) {
-        return refuse(*code, error);
+        return [self refuse:event with:*code error:error];
     }
     if (object.current.isAllDay) {
         alignToDays(object.current);
     }
     object.current.lastModifiedDate = now();
-    if (stored == nullptr) {
+    if (!object.current.identifier) {
         object.current.identifier = world.newIdentifier();
-        stored = &world.events.emplace_back();
     }
-    *stored = object.current;
+    store(object.current, object.saved, span);
     object.saved = object.current;
+    [refused_ removeObject:event];
     changed();
     return YES;
 }
 - (BOOL)removeEvent:(EKEvent*)event span:(EKSpan)span commit:(BOOL)commit error:(NSError**)error {
     call("EKEventStore removeEvent:span:commit:error:" + arguments(span, commit));
     World& world = World::current();
+    const EventObject& object = [event value];
+    raiseUnless(object.store == number_, @"an event of another store");
     if (world.refusesRemovals) {
         return refuse(EKErrorInternalFailure, error);
     }
-    const auto identifier = [event value].current.identifier;
-    const auto removed = std::erase_if(
-        world.events, [&](const Event& stored) { return stored.identifier == identifier; });
-    if (removed == 0) {
+    if (world.removesNothingWithoutError) {
+        return NO;
+    }
+    if (!object.saved || world.find(object.saved->identifier.value()) == nullptr) {
         return refuse(EKErrorEventNotMutable, error);
     }
+    if (const auto code = refusalOfCalendar(*object.saved)) {
+        return refuse(*code, error);
+    }
+    erase(*object.saved, span);
     changed();
     return YES;
 }

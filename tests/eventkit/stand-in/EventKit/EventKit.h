@@ -75,6 +75,7 @@ typedef NS_ENUM(NSInteger, EKErrorCode) {
     EKErrorDatesInverted,
     EKErrorInternalFailure,
     EKErrorCalendarReadOnly,
+    EKErrorEventStoreNotAuthorized = 29,
 };
 
 namespace quenbrook::standin {
@@ -92,6 +93,7 @@ struct Source;
 NS_ASSUME_NONNULL_BEGIN
 
 @interface EKObject : NSObject
+- (void)rollback;
 @end
 
 @interface EKSource : EKObject {
@@ -195,7 +197,10 @@ NS_ASSUME_NONNULL_BEGIN
 
 typedef void (^EKEventStoreRequestAccessCompletionHandler)(BOOL granted, NSError* _Nullable error);
 
-@interface EKEventStore : NSObject
+@interface EKEventStore : NSObject {
+    std::uint64_t number_;
+    NSMutableArray* refused_;
+}
 + (EKAuthorizationStatus)authorizationStatusForEntityType:(EKEntityType)entityType;
 - (void)requestFullAccessToEventsWithCompletion:
     (EKEventStoreRequestAccessCompletionHandler)completion;

@@ -20,6 +20,8 @@ struct CalendarObject {
 
 // A copy that its object owns, and what was last read from or written to the world.
 struct EventObject {
+    // The store that the object belongs to.
+    std::uint64_t store = 0;
     Event current;
     // Absent: never saved.
     std::optional<Event> saved;
@@ -32,6 +34,9 @@ std::string utf8(NSString* string);
 
 // Records the call and raises when it is to.
 void call(std::string what);
+
+// For arguments that the framework does not take.
+void raiseUnless(bool isValid, NSString* reason);
 
 } // namespace quenbrook::standin
 
@@ -66,7 +71,11 @@ void call(std::string what);
 - (const quenbrook::standin::Rule&)value;
 @end
 
+@interface EKEventStore (StandIn)
+- (std::uint64_t)number;
+@end
+
 @interface EKEvent (StandIn)
-- (instancetype)initWithEvent:(const quenbrook::standin::Event&)event;
+- (instancetype)initWithEvent:(const quenbrook::standin::Event&)event store:(std::uint64_t)store;
 - (quenbrook::standin::EventObject&)value;
 @end

@@ -5,6 +5,7 @@
 using quenbrook::standin::call;
 using quenbrook::standin::countBirth;
 using quenbrook::standin::countDeath;
+using quenbrook::standin::raiseUnless;
 using quenbrook::standin::string;
 using quenbrook::standin::text;
 using quenbrook::standin::utf8;
@@ -72,6 +73,12 @@ void call(std::string what) {
     }
 }
 
+void raiseUnless(bool isValid, NSString* reason) {
+    if (!isValid) {
+        [NSException raise:NSInvalidArgumentException format:@"%@", reason];
+    }
+}
+
 } // namespace quenbrook::standin
 
 @implementation EKObject
@@ -83,6 +90,9 @@ void call(std::string what) {
 - (void)dealloc {
     countDeath(self);
     [super dealloc];
+}
+- (void)rollback {
+    raiseUnless(false, @"not of the stand-in");
 }
 @end
 
@@ -263,6 +273,7 @@ void call(std::string what) {
 }
 + (instancetype)recurrenceEndWithOccurrenceCount:(NSUInteger)count {
     call("EKRecurrenceEnd recurrenceEndWithOccurrenceCount: " + std::to_string(count));
+    raiseUnless(count > 0, @"the count is 0");
     return [[[self alloc] initWithEndDate:nil occurrenceCount:count] autorelease];
 }
 - (id)copyWithZone:(NSZone*)zone {
@@ -302,6 +313,7 @@ void call(std::string what) {
 }
 + (instancetype)dayOfWeek:(EKWeekday)day {
     call("EKRecurrenceDayOfWeek dayOfWeek: " + std::to_string(day));
+    raiseUnless(day >= 1 && day <= 7, @"no day of the week");
     return [[[self alloc] initWithDay:day weekNumber:0] autorelease];
 }
 + (instancetype)dayOfWeek:(EKWeekday)day weekNumber:(NSInteger)weekNumber {
@@ -377,7 +389,8 @@ quenbrook::standin::Rule toRule(
                                    interval:(NSInteger)interval
                                         end:(EKRecurrenceEnd*)end {
     [self logged:"EKRecurrenceRule initRecurrenceWithFrequency:interval:end: " +
-                 std::to_string(type) + " " + std::to_string(interval)];
+                 std::to_string(type) + " " + std::to_string(interval)
+         isValid:type >= 0 && type <= 3 && interval >= 1];
     return [self initWithRule:toRule(type, interval, end)];
 }
 - (instancetype)initRecurrenceWithFrequency:(EKRecurrenceFrequency)type
@@ -391,10 +404,9 @@ quenbrook::standin::Rule toRule(
                                         end:(EKRecurrenceEnd*)end {
     [self logged:"EKRecurrenceRule initRecurrenceWithFrequency:interval:daysOfTheWeek:"
                  "daysOfTheMonth:monthsOfTheYear:weeksOfTheYear:daysOfTheYear:setPositions:end: " +
-                 std::to_string(type) + " " + std::to_string(interval)];
-    if (weeksOfTheYear != nil || daysOfTheYear != nil) {
-        [NSException raise:NSInvalidArgumentException format:@"not of the stand-in"];
-    }
+                 std::to_string(type) + " " + std::to_string(interval)
+         isValid:type >= 0 && type <= 3 && interval >= 1 && weeksOfTheYear == nil &&
+                 daysOfTheYear == nil];
     quenbrook::standin::Rule rule = toRule(type, interval, end);
     if (days != nil) {
         rule.daysOfTheWeek.emplace();
@@ -418,9 +430,10 @@ quenbrook::standin::Rule toRule(
     return *state_;
 }
 // An initializer that raises does not leave its object behind.
-- (void)logged:(std::string)what {
+- (void)logged:(std::string)what isValid:(bool)isValid {
     @try {
         call(std::move(what));
+        raiseUnless(isValid, @"a frequency or an interval out of range");
     } @catch (NSException* exception) {
         [self release];
         @throw;
