@@ -20,7 +20,7 @@ find "$folder" -name '*.gcda' -delete
 # the program would complain on its standard error.
 chmod -R a+rwX "$folder" || exit
 umask 0
-for tests in unit unit/icalendar unit/vdir contract cli; do
+for tests in unit unit/icalendar unit/vdir contract conformance cli; do
     bash scripts/ctest.sh "$folder/tests/$tests" --progress || status=1
 done
 

@@ -48,6 +48,16 @@ class StoreRoot(QuenbrookTest):
                 self.assertTrue((store / "local" / "calendar").is_dir())
                 self.assertEqual(sorted(os.listdir(self.place)), ["home"])
 
+    def test_is_not_asked_for_without_a_word(self):
+        result = self.run_program(env={"HOME": None, "XDG_DATA_HOME": None})
+        self.assertEqual(result.status, 2)
+
+    def test_is_asked_for_before_the_word_is_looked_at(self):
+        self.data.write_text("no folder")
+        for word in ("list-calendars", "list-events", "create-event", "xyz", ""):
+            with self.subTest(word=word):
+                self.assertError(self.run_program(word), "ACCESS_DENIED", DENIED % 2)
+
     def test_adds_nothing_to_a_store_that_is_there(self):
         self.store.mkdir(parents=True)
         self.assertEqual(self.run_program("list-calendars").out, b'{"calendars":[]}\n')
