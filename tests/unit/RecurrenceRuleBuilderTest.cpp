@@ -100,7 +100,7 @@ TEST(RecurrenceRuleBuilder, ReportsTheFirstFailedCheck) {
         {{"daily", 1, 5, "soon"}, exclusive},
     };
     for (const auto& [rule, failure] : refusals) {
-        EXPECT_EQ(failureOf([&rule = rule] { buildRecurrenceRule(rule); }), failure);
+        EXPECT_EQ(failureOf([&given = rule] { buildRecurrenceRule(given); }), failure);
     }
 }
 
