@@ -72,6 +72,16 @@ report "no test is skipped" "$(
         'GTEST_[S]KIP|DISABLE[D]_|[s]kipTest|unittest\.[s]kip|[S]kipTest' tests
 )"
 
+# What a Mac runs keeps to the bash 3.2 that it has.
+on_a_mac=(run test scripts/setup.sh scripts/ctest.sh tests/eventkit/check-macos-program.sh)
+newer='(declare|local|typeset|readonly) -[a-z]*[Aglnu]|\<(mapfile|readarray|coproc|globstar|lastpipe)\>'
+newer+='|\$\{[^}]*(\^|,,|@[A-Za-z]\})|\[-[0-9]+\]|&>>|\|&|;;?&|wait -n|\[\[? -v '
+newer+='|%\([^)]*\)T|BASHPID|EPOCH(SECONDS|REALTIME)|\{[a-z_]+\}[<>]|printf -v [a-z_]+\['
+report "newer than bash 3.2" "$(
+    grep -nE "$newer" "${on_a_mac[@]}" /dev/null
+    for script in "${on_a_mac[@]}"; do bash --posix -n "$script" 2>&1; done
+)"
+
 shellcheck run test .ci/run scripts/*.sh tests/bench/run tests/eventkit/*.sh tests/fuzz/smoke \
     tests/fuzz/long tests/fuzz/options packaging/completions/quenbrook.bash || failed=1
 

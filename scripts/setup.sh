@@ -57,11 +57,12 @@ asRoot() {
 }
 
 installDebianPackages() {
-    local wanted absent
+    local wanted present absent
     wanted=$(packages 1)
     # shellcheck disable=SC2086
-    absent=$(missing "$wanted" "$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' $wanted |
-        sed -n 's/^installed //p')")
+    present=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' $wanted |
+        sed -n 's/^installed //p')
+    absent=$(missing "$wanted" "$present")
     [ -n "$absent" ] || return 0
     step "fetching the package lists" asRoot apt-get -o DPkg::Lock::Timeout=600 update
     # shellcheck disable=SC2086
@@ -69,9 +70,15 @@ installDebianPackages() {
         -o DPkg::Lock::Timeout=600 install -y --no-install-recommends $absent
 }
 
+# A formula may be installed under the name of one of its versions (icu4c is icu4c@NN): whether it is,
+# the folder tells that Homebrew keeps for it under either name.
 installHomebrewFormulae() {
-    local absent
-    absent=$(missing "$(packages 2)" "$(brew list --formula -1)")
+    local wanted absent="" formula folder
+    wanted=$(packages 2)
+    # shellcheck disable=SC2086
+    while read -r formula folder; do
+        [ -d "$folder" ] || absent="$absent $formula"
+    done < <(paste -d ' ' <(printf '%s\n' $wanted) <(brew --prefix $wanted))
     # shellcheck disable=SC2086
     [ -z "$absent" ] || step "installing formulae" brew install $absent
     # Homebrew keeps its ICU out of the folders that a compiler searches.
@@ -84,6 +91,17 @@ installPackages() {
         installHomebrewFormulae
     elif command -v apt-get; then
         installDebianPackages
+    fi
+}
+
+# Prints the files of the shared libraries that a program is linked with, those of the system left
+# out that no upgrade takes away.
+sharedLibraries() {
+    if [ "$(uname)" = Darwin ]; then
+        otool -L "$1" | sed -n 's/^[[:space:]]*\(\/[^ ]*\) (.*/\1/p' |
+            grep -v -e '^/usr/lib/' -e '^/System/'
+    else
+        ldd "$1" | sed -n 's/.* => \(\/[^ ]*\) (.*/\1/p'
     fi
 }
 
@@ -105,6 +123,12 @@ build() {
     # What is edited from now on may have missed this build.
     step "marking the time" touch "$folder/.started"
     step "building $preset" cmake --build "$folder" "$@"
+    # What ./run looks for before it starts the program.
+    if [ -x "$folder/src/quenbrook" ]; then
+        sharedLibraries "$folder/src/quenbrook" >"$folder/.libraries"
+        touch -r "$folder/.started" "$folder/.libraries"
+        mv "$folder/.libraries" "$folder/.started"
+    fi
     step "marking the time" mv "$folder/.started" "$folder/.current"
 }
 
