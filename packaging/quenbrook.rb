@@ -1,20 +1,24 @@
-# The Homebrew formula: brew install --HEAD packaging/quenbrook.rb
+# The Homebrew formula. Homebrew takes formulae from taps only; one of your own is made at once:
+#
+#     brew tap-new --no-git "$USER/local"
+#     cp packaging/quenbrook.rb "$(brew --repository "$USER/local")/Formula/"
+#     brew install --HEAD "$USER/local/quenbrook"
 class Quenbrook < Formula
   desc "Scripted access to a person's calendars"
   homepage "https://quenbrook.example.org"
   head "https://quenbrook.example.org/quenbrook.git", branch: "main"
 
   depends_on "cmake" => :build
+  depends_on "icu4c" => :build
   depends_on "ninja" => :build
   depends_on "nlohmann-json" => :build
-  depends_on "pkg-config" => :build
-  depends_on "abseil"
-  depends_on "icu4c"
   depends_on macos: :sonoma
 
   def install
-    system "cmake", "-S", ".", "-B", "build", "-G", "Ninja", *std_cmake_args
-    system "cmake", "--build", "build"
+    # ICU's archives are linked, so that nothing of it is needed later.
+    system "cmake", "-S", ".", "-B", "build", "-G", "Ninja", "-DQUENBROOK_STATIC_ICU=ON",
+           "-DCMAKE_PREFIX_PATH=#{Formula["icu4c"].opt_prefix}", *std_cmake_args
+    system "cmake", "--build", "build", "--target", "quenbrook"
     system "cmake", "--install", "build"
   end
 

@@ -35,6 +35,20 @@ expect "the signature binds the Info.plist" "Info.plist entries=" \
 expect "the hardened runtime is on" "runtime" codesign --display --verbose=2 "$program"
 expect "the calendar entitlement is signed" com.apple.security.personal-information.calendars \
     codesign --display --entitlements - "$program"
+# Libraries of others, which the hardened runtime loads only where it is told to.
+foreign=$(otool -L "$program" | sed -n 's/^[[:space:]]*\(\/[^ ]*\) (.*/\1/p' |
+    grep -v -e '^/usr/lib/' -e '^/System/')
+exempt=$(codesign --display --entitlements - "$program" 2>&1 | grep disable-library-validation)
+if [ -n "$foreign" ] && [ -z "$exempt" ]; then
+    printf 'WRONG: it may not load\n%s\n' "$foreign"
+    failed=1
+elif [ -z "$foreign" ] && [ -n "$exempt" ]; then
+    echo "WRONG: it may load libraries of others, and needs none"
+    failed=1
+else
+    echo "ok: it may load what it needs and no more"
+fi
+
 expect "it starts, libraries and all" '"code":"UNKNOWN_SUBCOMMAND"' "$program"
 
 exit $failed
