@@ -6,7 +6,6 @@
 #include <limits>
 
 namespace quenbrook::standin {
-
 namespace {
 
 constexpr double forever = std::numeric_limits<double>::infinity();
