@@ -82,8 +82,8 @@ report "newer than bash 3.2" "$(
     for script in "${on_a_mac[@]}"; do bash --posix -n "$script" 2>&1; done
 )"
 
-shellcheck run test .ci/run scripts/*.sh tests/bench/run tests/eventkit/*.sh tests/fuzz/smoke \
-    tests/fuzz/long tests/fuzz/options packaging/completions/quenbrook.bash || failed=1
+shellcheck run test .ci/run scripts/*.sh tests/bench/run tests/eventkit/*.sh tests/darwin/*.sh \
+    tests/fuzz/smoke tests/fuzz/long tests/fuzz/options packaging/completions/quenbrook.bash || failed=1
 
 # Style is clang-tidy's affair; system headers are not looked for. A cppcheck that can be told how deep
 # to look is told to look as deep as one that cannot.

@@ -62,6 +62,11 @@ installDebianPackages() {
     # shellcheck disable=SC2086
     present=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' $wanted |
         sed -n 's/^installed //p')
+    # Node.js brings its own npm, wherever it comes from.
+    if command -v npm >/dev/null; then
+        present="$present
+npm"
+    fi
     absent=$(missing "$wanted" "$present")
     [ -n "$absent" ] || return 0
     step "fetching the package lists" asRoot apt-get -o DPkg::Lock::Timeout=600 update
@@ -156,6 +161,7 @@ ci)
     build dev
     build asan-ubsan
     build tsan --target quenbrook vdir_unit_tests contract_vdir
+    step "bringing the headers of macOS" bash tests/darwin/toolchain.sh build/darwin
     ;;
 esac
 exit 0
