@@ -4,9 +4,9 @@
 #include "platform/icalendar/event/Series.h"
 
 #include <chrono>
-#include <compare>
 #include <cstddef>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace quenbrook::platform::icalendar {
@@ -35,7 +35,12 @@ class Neighbourhood {
         bool isAllDay;
         std::string title;
 
-        auto operator<=>(const Seen&) const = default;
+        bool operator==(const Seen&) const = default;
+        bool operator<(const Seen& other) const {
+            return std::tie(originalStart, start, end, isAllDay, title) <
+                   std::tie(
+                       other.originalStart, other.start, other.end, other.isAllDay, other.title);
+        }
     };
     struct Place {
         std::chrono::sys_seconds at;

@@ -4,10 +4,10 @@
 #include "platform/icalendar/time/DateTime.h"
 
 #include <chrono>
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <variant>
 #include <vector>
 
@@ -34,7 +34,9 @@ struct Revision {
     std::int64_t sequence = 0;
     LocalTime stamp{};
 
-    auto operator<=>(const Revision&) const = default;
+    bool operator<(const Revision& later) const {
+        return std::tie(sequence, stamp) < std::tie(later.sequence, later.stamp);
+    }
 };
 Revision revisionOf(const Component& event);
 

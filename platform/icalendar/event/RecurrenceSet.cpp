@@ -172,6 +172,11 @@ RecurrenceSet::RecurrenceSet(
     }
 }
 
+void RecurrenceSet::keepExcluded() {
+    exclusions_ = StartSet();
+    exclusionRules_.clear();
+}
+
 std::optional<RecurrenceSet::Start> RecurrenceSet::next() {
     while (auto start = nextOfAll()) {
         if (!isRepeated(*start) && !exclusions_.contains(start->value) && !isTakenOut(*start)) {

@@ -76,6 +76,9 @@ class RecurrenceSet {
     RecurrenceSet(const EventComponent& master, std::chrono::sys_seconds from,
         std::chrono::sys_seconds until, WorkBudget& budget);
 
+    // Keeps what dates and rules exclude. To be said before anything is asked.
+    void keepExcluded();
+
     std::optional<Start> next();
 
   private:

@@ -202,9 +202,14 @@ void Series::takeMasters(std::vector<EventComponent> masters) {
 }
 
 void Series::findOwners() {
-    owners_.assign(exceptions_.size(), masters_.size() == 1 ? &masters_.front() : nullptr);
-    if (masters_.size() > 1 && !exceptions_.empty()) {
-        findOwnersAmongSeveral();
+    // A lone master may have any exception that speaks of one occurrence: to nothing, it hides
+    // nothing. What speaks of later ones must not get hold of them by the way.
+    const bool isPlain =
+        masters_.size() < 2 && std::none_of(exceptions_.begin(), exceptions_.end(),
+                                   [](const EventComponent& each) { return each.isThisAndFuture; });
+    owners_.assign(exceptions_.size(), isPlain && !masters_.empty() ? &masters_.front() : nullptr);
+    if (!isPlain && !exceptions_.empty()) {
+        lookForOwners();
     }
     for (EventComponent& exception : exceptions_) {
         if (const EventComponent* owner = masterOf(exception)) {
@@ -213,12 +218,14 @@ void Series::findOwners() {
     }
 }
 
-void Series::findOwnersAmongSeveral() {
+void Series::lookForOwners() {
     const NamedStarts names(exceptions_);
     // A day that is named means a time only where no set has the day, and the other way round.
     for (const bool ofOwnKind : {true, false}) {
         for (const EventComponent& master : masters_) {
             RecurrenceSet set(master, names.first() - zoneRoom, names.last() + zoneRoom, budget_);
+            // An exception keeps its master when its occurrence is excluded.
+            set.keepExcluded();
             for (auto start = set.next(); start && start->instant <= names.last() + zoneRoom;
                  start = set.next()) {
                 names.forEachNaming(start->value, master, ofOwnKind, [&](std::size_t exception) {

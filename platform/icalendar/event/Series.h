@@ -35,8 +35,8 @@ struct Occurrence {
 // The components of one UID: as a rule one event, its master, and the exceptions to it. Of masters
 // with the same start the latest revision stands, and the others are as if they were not there.
 // Where masters with different starts stand, an exception belongs to the first whose recurrence set
-// has the occurrence that it names. An exception to nothing (somebody was invited to one
-// occurrence) stands for itself.
+// has the occurrence that it names, excluded or not. An exception to nothing (somebody was invited
+// to one occurrence) stands for itself.
 //
 // Where an exception speaks of the later ones too, it describes every later occurrence that has no
 // exception of its own, up to the next such exception. Unlike other exceptions it describes its own
@@ -77,7 +77,7 @@ class Series {
   private:
     void takeMasters(std::vector<EventComponent> masters);
     void findOwners();
-    void findOwnersAmongSeveral();
+    void lookForOwners();
 
     // What describes a master's occurrences beside it.
     struct Changes {
