@@ -162,13 +162,7 @@ class JsonRecordSink : public JsonSink {
 
     void closed() override {}
 
-    void finish() override {
-        const auto finishEach = [&]<std::size_t... I>(std::index_sequence<I...>) {
-            // The first that fails decides.
-            (finishField<I>() || ...);
-        };
-        finishEach(std::make_index_sequence<fieldCount<Record>>{});
-    }
+    void finish() override { finishUntilOneFails(std::make_index_sequence<fieldCount<Record>>{}); }
 
   private:
     struct Part {
@@ -178,10 +172,17 @@ class JsonRecordSink : public JsonSink {
 
     template <class Visit>
     void withCurrentField(const Visit& visit) {
-        const auto visitCurrent = [&]<std::size_t... I>(std::index_sequence<I...>) {
-            ((current_ == I ? visitField<I>(visit) : void()), ...);
-        };
-        visitCurrent(std::make_index_sequence<fieldCount<Record>>{});
+        visitCurrentAmong(visit, std::make_index_sequence<fieldCount<Record>>{});
+    }
+
+    template <class Visit, std::size_t... I>
+    void visitCurrentAmong(const Visit& visit, std::index_sequence<I...>) {
+        ((current_ == I ? visitField<I>(visit) : void()), ...);
+    }
+
+    template <std::size_t... I>
+    void finishUntilOneFails(std::index_sequence<I...>) {
+        (finishField<I>() || ...);
     }
 
     template <std::size_t Index, class Visit>

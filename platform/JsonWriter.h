@@ -71,6 +71,11 @@ void appendJsonMember(std::string& out, const Record& record) {
     out.push_back(',');
 }
 
+template <JsonRecord Record, std::size_t... Index>
+void appendJsonMembers(std::string& out, const Record& record, std::index_sequence<Index...>) {
+    (appendJsonMember<Record, fieldsByName<Record>[Index]>(out, record), ...);
+}
+
 template <class T>
 void appendJson(std::string& out, const T& value) {
     if constexpr (std::same_as<T, std::string>) {
@@ -89,10 +94,7 @@ void appendJson(std::string& out, const T& value) {
     } else {
         static_assert(JsonRecord<T>);
         out.push_back('{');
-        const auto appendMembers = [&]<std::size_t... I>(std::index_sequence<I...>) {
-            (appendJsonMember<T, fieldsByName<T>[I]>(out, value), ...);
-        };
-        appendMembers(std::make_index_sequence<fieldCount<T>>{});
+        appendJsonMembers(out, value, std::make_index_sequence<fieldCount<T>>{});
         closeJson(out, '}');
     }
 }
