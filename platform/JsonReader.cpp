@@ -14,6 +14,8 @@ namespace {
 // What the parser holds a number with a fraction or an exponent in. Only the literal counts here:
 // one beyond what a double can hold must not stop the parser, which asks whether it is finite.
 struct FloatingPoint {
+    // Trivial, since the parser has it in a union.
+    // cppcheck-suppress uninitMemberVar
     FloatingPoint() = default;
     FloatingPoint(double number) // NOLINT(google-explicit-constructor): as the parser has it
         : value(number) {}
