@@ -104,7 +104,8 @@ void appendJson(std::string& out, const T& value) {
 template <JsonRecord Record>
 requires(fieldCount<Record> == 1) class JsonListWriter {
   public:
-    JsonListWriter() {
+    explicit JsonListWriter(std::size_t pieceSize = largePiece)
+        : pieceSize_(pieceSize) {
         last().push_back('{');
         appendJsonName<Record, 0>(last());
         last().push_back('[');
@@ -112,8 +113,8 @@ requires(fieldCount<Record> == 1) class JsonListWriter {
 
     template <class Element>
     void append(const Element& element) {
-        if (last().size() >= pieceSize) {
-            pieces_.emplace_back().reserve(pieceSize + pieceSize / 8);
+        if (last().size() >= pieceSize_) {
+            pieces_.emplace_back().reserve(pieceSize_ + pieceSize_ / 8);
         }
         appendJson(last(), element);
         last().push_back(',');
@@ -137,11 +138,13 @@ requires(fieldCount<Record> == 1) class JsonListWriter {
     }
 
   private:
-    // Large enough for the allocator to give each back to the system.
-    static constexpr std::size_t pieceSize = std::size_t{1} << 20;
+    // Large enough for the allocator to give each back to the system, whatever was freed before:
+    // glibc keeps to itself what is smaller than 32 MiB.
+    static constexpr std::size_t largePiece = std::size_t{64} << 20;
 
     std::string& last() { return pieces_.back(); }
 
+    std::size_t pieceSize_;
     std::vector<std::string> pieces_{1};
 };
 

@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
 namespace quenbrook::contract {
 
 using platform::Calendar;
@@ -60,6 +64,32 @@ TEST_P(StoreContract, FindsAnEventThatSharesTimeWithTheRange) {
                 capabilities().searchesLongRanges},
         },
         "from 10 to 11");
+}
+
+TEST_P(StoreContract, HandsTheEventsOfARangeOverOneByOneInTheirOrder) {
+    const auto calendar = harness().addCalendar({.name = "work", .title = "Work"});
+    auto series = anEvent("series");
+    series.recurrenceRules.push_back(
+        {0, 1, platform::RecurrenceEnd::withOccurrenceCount(3), {}, {}, {}});
+    harness().addEvent(calendar, series);
+    harness().addEvent(calendar, anEvent("single"));
+    const auto store = harness().openStore();
+    std::vector<platform::Event> handed;
+    store->forEachEvent(utc(2026, 1, 1), utc(2026, 2, 1), std::nullopt,
+        [&](platform::Event event) { handed.push_back(std::move(event)); });
+    const auto all = store->events(utc(2026, 1, 1), utc(2026, 2, 1), std::nullopt);
+    EXPECT_GE(all.size(), 2U);
+    EXPECT_EQ(titlesOf(handed), titlesOf(all));
+    EXPECT_EQ(startsOf(handed), startsOf(all));
+}
+
+TEST_P(StoreContract, PassesOnWhatIsThrownWhileEventsAreHandedOver) {
+    const auto calendar = harness().addCalendar({.name = "work", .title = "Work"});
+    harness().addEvent(calendar, anEvent());
+    const auto store = harness().openStore();
+    const auto refuse = [](const platform::Event&) { throw std::runtime_error("enough"); };
+    EXPECT_THROW(store->forEachEvent(utc(2026, 1, 1), utc(2026, 2, 1), std::nullopt, refuse),
+        std::runtime_error);
 }
 
 TEST_P(StoreContract, FindsAnEventOfNoLengthByItsStart) {

@@ -13,8 +13,8 @@
 namespace quenbrook::platform::vdir {
 namespace {
 
-constexpr std::array<ReadingThreads, 3> crowds = {{{.most = 2, .filesForEach = 1},
-    {.most = 5, .filesForEach = 3}, {.most = 32, .filesForEach = 1}}};
+constexpr std::array<ReadingThreads, 2> crowds = {
+    {{.most = 2, .filesForEach = 3}, {.most = 8, .filesForEach = 1}}};
 
 std::string answerOf(const std::filesystem::path& root, ReadingThreads threads,
     std::string_view word, const std::string& request) {
@@ -111,14 +111,14 @@ TEST(SameAnswer, OfAHundredRandomStores) {
         SCOPED_TRACE(seed);
         RandomStore store(seed);
         bytes += listed(store.root()).size();
-        for (int i = 0; i < 5; ++i) {
+        for (int i = 0; i < 2; ++i) {
             const std::string answer = sameAnswer(
                 store.root(), "get-attendee-status", R"({"id":")" + store.identifier() + "\"}");
             found += answer.starts_with("0") ? 1 : 0;
         }
     }
     EXPECT_GT(bytes, 1'000'000U);
-    EXPECT_GT(found, 50U);
+    EXPECT_GT(found, 20U);
 }
 
 // Every text that the tests keep, as a store.
