@@ -19,6 +19,7 @@ from jsonschema import Draft202012Validator
 from quenbrook import PROGRAM, SCHEMAS, validate
 
 DOCS = pathlib.Path(__file__).resolve().parents[2] / "docs"
+README = DOCS.parent / "README.md"
 PAGES = [DOCS / "protocol.md", *sorted((DOCS / "words").glob("*.md"))]
 WORDS = ["list-calendars", "list-events", "create-event", "update-event", "cancel-event",
          "get-event", "get-attendee-status"]
@@ -33,19 +34,22 @@ def examples(page):
 
 
 class Examples(unittest.TestCase):
-    def run_page(self, page):
+    def run_page(self, page, store=DOCS / "example-store"):
         with tempfile.TemporaryDirectory() as folder:
             home = pathlib.Path(folder)
-            shutil.copytree(DOCS / "example-store", home / "data/quenbrook/calendars")
+            if store:
+                shutil.copytree(store, home / "data/quenbrook/calendars")
             (home / "bin").mkdir()
             (home / "bin/quenbrook").symlink_to(PROGRAM)
+            (home / "run").symlink_to(PROGRAM)
             environment = {"PATH": f"{home}/bin:/usr/bin:/bin", "HOME": folder, "TZ": "UTC",
                            "XDG_DATA_HOME": f"{home}/data"}
             identifiers = {}
             for command, expected in examples(page):
                 for written, actual in identifiers.items():
                     command = command.replace(written, actual)
-                run = subprocess.run(["sh", "-c", command], env=environment, capture_output=True)
+                run = subprocess.run(["sh", "-c", command], env=environment, cwd=home,
+                                     capture_output=True)
                 printed = (run.stdout + run.stderr).decode()
                 self.assertEqual(run.returncode, 0 if run.stdout else 1, command)
                 for written, actual in zip(UUID.findall(expected), UUID.findall(printed)):
@@ -56,7 +60,7 @@ class Examples(unittest.TestCase):
                 self.check_schemas(command, printed, failed=bool(run.stderr))
 
     def check_schemas(self, command, printed, failed):
-        word = re.search(r"quenbrook ([a-z-]+)", command).group(1)
+        word = re.search(r"(?:quenbrook|\./run) ([a-z-]+)", command).group(1)
         validate("error.json" if failed else f"{word}.answer.json", json.loads(printed))
         request = re.match(r"echo '(.*)' \|", command)
         if request and not failed:
@@ -67,6 +71,10 @@ class Examples(unittest.TestCase):
             with self.subTest(page=page.name):
                 self.assertGreater(len(examples(page)), 0)
                 self.run_page(page)
+
+    def test_the_readme_holds_on_a_first_run(self):
+        self.assertEqual(len(examples(README)), 1)
+        self.run_page(README, store=None)
 
     def test_every_word_has_a_page_and_schemas(self):
         self.assertEqual(sorted(page.stem for page in PAGES[1:]), sorted(WORDS))
