@@ -3,7 +3,8 @@
 #
 # Installs the packages that are missing (scripts/packages.txt), configures and builds. Whatever
 # the tools have to say goes to build/setup.log; a failure is told in one line on standard error,
-# with exit status 70. Several may be started at once: they take turns.
+# with exit status 70. When that is a terminal, one line tells what goes on, and is gone at the end.
+# Several may be started at once: they take turns.
 #
 # Kept to what bash 3.2 knows, the one macOS has.
 set -u
@@ -12,7 +13,34 @@ command=${1:?run, test, bench, ci or fresh}
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 log=$root/build/setup.log
 
+onTerminal() { [ -t 3 ] && [ "${TERM:-dumb}" != dumb ]; }
+
+# Shows a text in place of the last one.
+show() {
+    onTerminal && printf '\r\033[K%s' "${1:+quenbrook: $1}" >&3
+}
+
+# Shows what a step has come to, as its tools count it, until it is killed.
+follow() {
+    while sleep 0.2 && kill -0 "$$"; do
+        show "$1$(awk '
+            /^== / { done = all = "" }
+            / newly installed/ { all = $3 }
+            /^Setting up / { ++done }
+            /^\[[0-9]+\/[0-9]+\]/ { split($1, count, /[^0-9]+/); done = count[2]; all = count[3] }
+            END { if (done && all) { print ", " done " of " all } }' "$log")"
+    done
+}
+follower=
+
+unfollow() {
+    [ -z "$follower" ] || { kill "$follower" && wait "$follower"; }
+    follower=
+    show ""
+}
+
 fail() {
+    unfollow
     printf 'quenbrook: set-up failed while %s; the log is %s\n' "$1" "$log" >&3
     exit 70
 }
@@ -23,7 +51,12 @@ step() {
     local what=$1
     shift
     printf '== %s: %s\n' "$what" "$*"
+    if onTerminal; then
+        follow "$what" 9>&- &
+        follower=$!
+    fi
     "$@" 3>&- 9>&- || fail "$what"
+    unfollow
 }
 
 takeTurn() {
@@ -69,6 +102,8 @@ npm"
     fi
     absent=$(missing "$wanted" "$present")
     [ -n "$absent" ] || return 0
+    # Asked for here, a password is not asked for under a line that comes again and again.
+    asRoot true 3>&- 9>&- || fail "asking for the rights to install"
     step "fetching the package lists" asRoot apt-get -o DPkg::Lock::Timeout=600 update
     # shellcheck disable=SC2086
     step "installing packages" asRoot env DEBIAN_FRONTEND=noninteractive apt-get \
@@ -140,6 +175,8 @@ build() {
 exec 3>&2
 mkdir -p "$root/build" 2>/dev/null || fail "making the build folder"
 exec 9>>"$root/build/setup.lock" || fail "opening the lock"
+trap unfollow EXIT
+show "waiting for another set-up"
 takeTurn >/dev/null || fail "waiting for another set-up"
 exec >"$log" 2>&1 || fail "opening the log"
 cd "$root" || fail "entering $root"
