@@ -1,5 +1,6 @@
 #!/bin/bash
-# Checks what no compiler does: format, layering, scripts, static analysis. Needs build/dev.
+# Checks what no compiler does: format, layering, scripts, static analysis, the
+# Debian package. Needs build/dev and build/release.
 set -u
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
@@ -82,8 +83,9 @@ report "newer than bash 3.2" "$(
     for script in "${on_a_mac[@]}"; do bash --posix -n "$script" 2>&1; done
 )"
 
-shellcheck run test .ci/run scripts/*.sh tests/bench/run tests/eventkit/*.sh tests/darwin/*.sh \
-    tests/fuzz/smoke tests/fuzz/long tests/fuzz/options packaging/completions/quenbrook.bash || failed=1
+shellcheck run test .ci/run scripts/*.sh platform/icu/*.sh packaging/build tests/bench/run \
+    tests/eventkit/*.sh tests/darwin/*.sh tests/fuzz/smoke tests/fuzz/long tests/fuzz/options \
+    packaging/completions/quenbrook.bash || failed=1
 
 # Style is clang-tidy's affair; system headers are not looked for. A cppcheck that can be told how deep
 # to look is told to look as deep as one that cannot.
@@ -100,5 +102,10 @@ report "clang-tidy" "$(
     find src platform -name '*.cpp' -print0 |
         xargs -0 -n 1 -P "$(getconf _NPROCESSORS_ONLN)" clang-tidy -p build/dev --quiet 2>/dev/null
 )"
+
+packages=$(mktemp -d) || exit
+packaging/build build/release "$packages" &&
+    lintian --allow-root --fail-on error,warning "$packages"/*.deb || failed=1
+rm -rf "$packages"
 
 exit "$failed"
