@@ -50,10 +50,11 @@ std::optional<std::int64_t> integerValueOf(std::string_view literal) {
     if (exponent < 0 || exponent > mostDigits - static_cast<std::int64_t>(significant)) {
         return std::nullopt;
     }
-    digits.append(static_cast<std::size_t>(exponent), '0');
-    digits.insert(0, negative ? "-" : "");
+    std::string whole(negative ? 1 : 0, '-');
+    whole += digits;
+    whole.append(static_cast<std::size_t>(exponent), '0');
     std::int64_t value = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    const auto [end, error] = std::from_chars(whole.data(), whole.data() + whole.size(), value);
     return error == std::errc{} ? std::optional(value) : std::nullopt;
 }
 
