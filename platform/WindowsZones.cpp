@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
-#include <unicode/timezone.h>
+#include <unicode/unistr.h>
+#include <unicode/ures.h>
 
 namespace quenbrook::platform {
 namespace {
@@ -26,23 +28,29 @@ constexpr std::array<Renaming, 7> renamings{{
 
 } // namespace
 
+// The table is read as such: ICU's own function for it brings along all that ICU knows of zones and
+// calendars, a third of the program.
 std::optional<std::string> zoneNameOfWindowsZone(std::string_view name) {
     // No name comes near this.
     constexpr std::size_t longestName = 100;
     if (name.empty() || name.size() > longestName || name.find('\0') != std::string_view::npos) {
         return std::nullopt;
     }
+    constexpr const char* world = "001";
     UErrorCode status = U_ZERO_ERROR;
-    icu::UnicodeString identifier;
-    icu::TimeZone::getIDForWindowsID(icu::UnicodeString::fromUTF8(icu::StringPiece(
-                                         name.data(), static_cast<std::int32_t>(name.size()))),
-        nullptr, identifier, status);
+    const icu::LocalUResourceBundlePointer table(ures_openDirect(nullptr, "windowsZones", &status));
+    const icu::LocalUResourceBundlePointer zones(
+        ures_getByKey(table.getAlias(), "mapTimezones", nullptr, &status));
+    const icu::LocalUResourceBundlePointer zone(
+        ures_getByKey(zones.getAlias(), std::string(name).c_str(), nullptr, &status));
+    std::int32_t length = 0;
+    const char16_t* const text = ures_getStringByKey(zone.getAlias(), world, &length, &status);
     // Without the table no name is known: the data may have been built without it.
-    if (U_FAILURE(status) || identifier.isEmpty()) {
+    if (U_FAILURE(status)) {
         return std::nullopt;
     }
     std::string found;
-    identifier.toUTF8String(found);
+    icu::UnicodeString(text, length).toUTF8String(found);
     const auto* const renamed = std::find_if(renamings.begin(), renamings.end(),
         [&](const Renaming& each) { return each.before == found; });
     return renamed == renamings.end() ? found : std::string(renamed->since);

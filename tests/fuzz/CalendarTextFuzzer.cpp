@@ -78,7 +78,7 @@ std::optional<std::ptrdiff_t> countOf(const icalendar::FoundEvent& wanted, std::
                    (!wanted.key.originalStart ||
                        each.originalStart.instant() == *wanted.key.originalStart);
         });
-    return stream.isExhausted() ? std::nullopt : std::optional(count);
+    return stream.hasGivenUp() ? std::nullopt : std::optional(count);
 }
 
 void tryChange(std::string_view text, const icalendar::FoundEvent& found) {
