@@ -1,8 +1,8 @@
 #include "platform/vdir/DurableWrite.h"
 
+#include "platform/SystemCall.h"
 #include "platform/vdir/NotedChange.h"
 #include "platform/vdir/Renames.h"
-#include "platform/vdir/SystemCall.h"
 
 #include <cstdio>
 #include <tuple>

@@ -1,6 +1,6 @@
 #include "platform/vdir/Folder.h"
 
-#include "platform/vdir/SystemCall.h"
+#include "platform/SystemCall.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/vdir/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 
 #include <mutex>
 #include <optional>

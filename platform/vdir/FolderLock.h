@@ -1,7 +1,7 @@
 #pragma once
 
+#include "platform/SystemCall.h"
 #include "platform/vdir/Folder.h"
-#include "platform/vdir/SystemCall.h"
 
 #include <sys/file.h>
 

@@ -1,8 +1,8 @@
 #include "platform/vdir/NotedChange.h"
 
-#include "platform/vdir/RandomUid.h"
+#include "platform/RandomUid.h"
+#include "platform/SystemCall.h"
 #include "platform/vdir/Renames.h"
-#include "platform/vdir/SystemCall.h"
 
 #include <algorithm>
 #include <array>

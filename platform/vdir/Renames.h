@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/vdir/SystemCall.h"
+#include "platform/SystemCall.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
 #include "platform/vdir/StoreRoot.h"
 
+#include "platform/SystemCall.h"
 #include "platform/vdir/DurableWrite.h"
 #include "platform/vdir/FolderLock.h"
 #include "platform/vdir/Renames.h"
-#include "platform/vdir/SystemCall.h"
 
 #include <array>
 #include <cstdio>

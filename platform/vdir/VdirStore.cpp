@@ -1,12 +1,12 @@
 #include "platform/vdir/VdirStore.h"
 
+#include "platform/RandomUid.h"
 #include "platform/icalendar/CalendarEdit.h"
 #include "platform/icalendar/CalendarReader.h"
 #include "platform/vdir/CalendarFolders.h"
 #include "platform/vdir/DurableWrite.h"
 #include "platform/vdir/FolderLock.h"
 #include "platform/vdir/NotedChange.h"
-#include "platform/vdir/RandomUid.h"
 #include "platform/vdir/StoreRoot.h"
 
 #include <algorithm>

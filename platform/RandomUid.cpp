@@ -1,13 +1,13 @@
-#include "platform/vdir/RandomUid.h"
+#include "platform/RandomUid.h"
 
-#include "platform/vdir/SystemCall.h"
+#include "platform/SystemCall.h"
 
 #include <array>
 
 #include <sys/random.h>
 #include <unistd.h>
 
-namespace quenbrook::platform::vdir {
+namespace quenbrook::platform {
 
 std::string randomUid() {
     std::array<unsigned char, 16> bytes{};
@@ -26,4 +26,4 @@ std::string randomUid() {
     return uid;
 }
 
-} // namespace quenbrook::platform::vdir
+} // namespace quenbrook::platform

@@ -2,10 +2,10 @@
 
 #include <string>
 
-namespace quenbrook::platform::vdir {
+namespace quenbrook::platform {
 
 // An upper-case random UUID (RFC 4122, version 4). Throws std::system_error when the system has no
 // randomness to give.
 std::string randomUid();
 
-} // namespace quenbrook::platform::vdir
+} // namespace quenbrook::platform

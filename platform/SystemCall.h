@@ -4,7 +4,7 @@
 #include <string>
 #include <system_error>
 
-namespace quenbrook::platform::vdir {
+namespace quenbrook::platform {
 
 // Makes a system call again for as long as a signal interrupts it.
 template <class Call>
@@ -31,4 +31,4 @@ auto checked(const char* name, Call call) {
     return result;
 }
 
-} // namespace quenbrook::platform::vdir
+} // namespace quenbrook::platform

@@ -4,7 +4,7 @@
 
 #include <unistd.h>
 
-namespace quenbrook::platform::vdir {
+namespace quenbrook::platform {
 
 // Owns one open file descriptor, or none.
 class FileDescriptor {
@@ -33,4 +33,4 @@ class FileDescriptor {
     int descriptor_ = -1;
 };
 
-} // namespace quenbrook::platform::vdir
+} // namespace quenbrook::platform
