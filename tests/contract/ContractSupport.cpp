@@ -1,5 +1,6 @@
 #include "tests/contract/ContractSupport.h"
 
+#include <algorithm>
 #include <ctime>
 #include <iomanip>
 #include <sstream>
@@ -122,6 +123,17 @@ Event eventOf(const EventSeed& seed) {
     return event;
 }
 
+std::optional<std::string> asKept(const std::string& text, const StoreCapabilities& capabilities) {
+    if (capabilities.keepsBlanks) {
+        return text;
+    }
+    const auto first = text.find_first_not_of(" \t");
+    if (first == std::string::npos) {
+        return std::nullopt;
+    }
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
 std::string expected(const EventSeed& seed, const std::string& identifier,
     const platform::Calendar& calendar, const StoreCapabilities& capabilities) {
     Event event = eventOf(seed);
@@ -129,6 +141,18 @@ std::string expected(const EventSeed& seed, const std::string& identifier,
     event.calendar = std::make_shared<platform::Calendar>(calendar);
     if (!event.title && !capabilities.keepsAbsentTitles) {
         event.title = "";
+    }
+    for (auto* text : {&event.title, &event.location, &event.notes}) {
+        if (*text) {
+            *text = asKept(**text, capabilities);
+        }
+    }
+    for (auto& rule : event.recurrenceRules) {
+        if (!capabilities.keepsOrderOfDays) {
+            const auto fromMonday = [](std::int64_t day) { return (day + 5) % 7; };
+            std::sort(rule.daysOfTheWeek.begin(), rule.daysOfTheWeek.end(),
+                [&](auto left, auto right) { return fromMonday(left) < fromMonday(right); });
+        }
     }
     if (!capabilities.supportsAvailability) {
         event.availability = -1;

@@ -27,6 +27,9 @@ std::string describe(const platform::Event& event);
 // The event that a seed stands for, without identifier and calendar.
 platform::Event eventOf(const EventSeed& seed);
 
+// What becomes of a text that is set.
+std::optional<std::string> asKept(const std::string& text, const StoreCapabilities& capabilities);
+
 // The description of the event that a seed stands for, in the given calendar.
 std::string expected(const EventSeed& seed, const std::string& identifier,
     const platform::Calendar& calendar, const StoreCapabilities& capabilities);

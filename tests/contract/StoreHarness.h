@@ -29,12 +29,22 @@ struct StoreCapabilities {
     bool searchesLongRanges = true;
     // An event without a title comes back without one; otherwise with an empty title.
     bool keepsAbsentTitles = true;
+    // Blanks around a text stay, and so does a text that is nothing else, or nothing at all;
+    // otherwise they go, and what is left without any character counts as no text.
+    bool keepsBlanks = true;
     // Texts may hold U+0000; otherwise a write that carries one is refused.
     bool keepsNul = true;
     // The availability of a seeded event comes back; otherwise -1.
     bool supportsAvailability = true;
     // A saved event carries the instant of its last change; otherwise it carries none.
     bool stampsLastModified = true;
+    // A seeded event has the instant of its last change that it tells, or none; otherwise that of
+    // its arrival.
+    bool keepsLastModified = true;
+    // The days of the week of a rule stay in their order; otherwise Monday comes first.
+    bool keepsOrderOfDays = true;
+    // Accounts of type 3 are told as such; otherwise as CalDAV accounts, which they are.
+    bool tellsMobileMe = true;
     // An all-day event is saved from the first moment of its first local day to 23:59:59 of its
     // last; otherwise with the very instants that were set.
     bool alignsAllDayEvents = true;

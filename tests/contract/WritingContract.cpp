@@ -81,7 +81,7 @@ TEST_P(StoreContract, CreatesAnEventWithNoMoreThanItsTime) {
     const auto calendar = workCalendar(harness());
     const auto created = harness().openStore()->create(calendar, aNewEvent(""));
     ASSERT_TRUE(created);
-    EXPECT_EQ(created->title, "");
+    EXPECT_EQ(created->title, asKept("", capabilities()));
     EXPECT_EQ(created->location, std::nullopt);
     EXPECT_EQ(created->notes, std::nullopt);
     EXPECT_EQ(created->alarmCount, 0U);
@@ -124,9 +124,9 @@ TEST_P(StoreContract, SavesEveryText) {
         const auto later = reread(harness(), *created->identifier);
         ASSERT_TRUE(later) << what;
         for (const Event& event : {*created, *later}) {
-            EXPECT_EQ(event.title, text) << what;
-            EXPECT_EQ(event.location, text) << what;
-            EXPECT_EQ(event.notes, text) << what;
+            EXPECT_EQ(event.title, asKept(text, capabilities())) << what;
+            EXPECT_EQ(event.location, asKept(text, capabilities())) << what;
+            EXPECT_EQ(event.notes, asKept(text, capabilities())) << what;
         }
     }
     EXPECT_EQ(eventsOfJanuary(*harness().openStore()).size(), texts().size());
@@ -329,9 +329,9 @@ TEST_P(StoreContract, UpdatesTextsToEveryText) {
             store->event(identifier).value(), {.title = text, .location = text, .notes = text}))
             << what;
         const auto later = reread(harness(), identifier).value();
-        EXPECT_EQ(later.title, text) << what;
-        EXPECT_EQ(later.location, text) << what;
-        EXPECT_EQ(later.notes, text) << what;
+        EXPECT_EQ(later.title, asKept(text, capabilities())) << what;
+        EXPECT_EQ(later.location, asKept(text, capabilities())) << what;
+        EXPECT_EQ(later.notes, asKept(text, capabilities())) << what;
         EXPECT_EQ(later.participants, fullEvent().participants) << what;
     }
 }
