@@ -8,7 +8,7 @@ set -u
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 folder=$root/build/coverage
 programs=(quenbrook unit_tests icalendar_unit_tests expand_rule vdir_unit_tests contract_in_memory
-    contract_vdir)
+    contract_vdir evolution_unit_tests contract_evolution quenbrook_over_evolution)
 status=0
 
 cd "$root" || exit
@@ -20,7 +20,7 @@ find "$folder" -name '*.gcda' -delete
 # the program would complain on its standard error.
 chmod -R a+rwX "$folder" || exit
 umask 0
-for tests in unit unit/icalendar unit/vdir contract conformance cli; do
+for tests in unit unit/icalendar unit/vdir unit/evolution contract conformance cli evolution; do
     bash scripts/ctest.sh "$folder/tests/$tests" --progress || status=1
 done
 

@@ -51,9 +51,11 @@ allow platform/icalendar/recurrence platform/icalendar recurrence/
 allow platform/icalendar/time platform/icalendar time/ text/ recurrence/
 allow platform/icalendar/event platform/icalendar event/ time/ text/ recurrence/
 allow platform/vdir platform/icalendar CalendarReader.h CalendarEdit.h
-forbid platform/icalendar 'platform/(vdir|eventkit)/' 'filesystem>' 'fstream>' 'sys/' 'fcntl\.h' 'dirent\.h'
-forbid platform/vdir 'platform/eventkit/' 'libical/' 'unicode/' 'nlohmann/'
-forbid platform/eventkit 'platform/(vdir|icalendar)/' 'libical/' 'nlohmann/'
+allow platform/evolution platform/icalendar CalendarReader.h CalendarEdit.h EventTexts.h
+forbid platform/icalendar 'platform/(vdir|eventkit|evolution)/' 'filesystem>' 'fstream>' 'sys/' 'fcntl\.h' 'dirent\.h'
+forbid platform/vdir 'platform/(eventkit|evolution)/' 'libical/' 'unicode/' 'nlohmann/'
+forbid platform/eventkit 'platform/(vdir|icalendar|evolution)/' 'libical/' 'nlohmann/'
+forbid platform/evolution 'platform/(vdir|eventkit)/' 'libical/' 'libecal/' 'glib' 'unicode/' 'nlohmann/'
 report "what the program sees must not include a store's header" "$(
     grep -nE '^#include "platform/[^"]*/' platform/*.h
 )"
@@ -84,6 +86,7 @@ report "newer than bash 3.2" "$(
 )"
 
 shellcheck run test .ci/run scripts/*.sh platform/icu/*.sh packaging/build tests/bench/run \
+    tests/evolution/bench/run \
     tests/eventkit/*.sh tests/darwin/*.sh tests/fuzz/smoke tests/fuzz/long tests/fuzz/options \
     packaging/completions/quenbrook.bash || failed=1
 

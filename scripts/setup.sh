@@ -1,5 +1,5 @@
 #!/bin/bash
-# Prepares what one of the commands needs: scripts/setup.sh run|test|bench|ci|fresh
+# Prepares what one of the commands needs: scripts/setup.sh run|test|bench|evolution-bench|ci|fresh
 #
 # Installs the packages that are missing (scripts/packages.txt), configures and builds. Whatever
 # the tools have to say goes to build/setup.log; a failure is told in one line on standard error,
@@ -9,7 +9,7 @@
 # Kept to what bash 3.2 knows, the one macOS has.
 set -u
 
-command=${1:?run, test, bench, ci or fresh}
+command=${1:?run, test, bench, evolution-bench, ci or fresh}
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 log=$root/build/setup.log
 
@@ -72,7 +72,7 @@ packages() {
     local needed debian homebrew
     while read -r needed debian homebrew; do
         case $needed:$command in
-        run:* | test:test | test:bench | test:ci | ci:ci | bench:bench | fresh:fresh) ;;
+        run:* | test:test | test:*bench | test:ci | ci:ci | bench:bench | fresh:fresh) ;;
         *) continue ;;
         esac
         if [ "$1" = 1 ]; then echo "$debian"; else echo "$homebrew"; fi
@@ -188,6 +188,11 @@ run)
     ;;
 bench)
     build bench --target bench_programs
+    ;;
+evolution-bench)
+    build evolution --target quenbrook
+    build bench --target bench_measure
+    build dev --target ecal_client
     ;;
 test)
     build release --target quenbrook

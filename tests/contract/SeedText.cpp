@@ -7,7 +7,6 @@
 #include <sstream>
 
 namespace quenbrook::contract {
-
 namespace {
 
 using platform::Instant;

@@ -1,0 +1,83 @@
+#include "platform/evolution/CalendarLock.h"
+
+#include "platform/SystemCall.h"
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace quenbrook::platform::evolution {
+namespace {
+
+namespace filesystem = std::filesystem;
+
+constexpr std::chrono::milliseconds pause{2};
+
+// An absolute path that a variable holds; empty when there is none.
+filesystem::path placeIn(const char* variable) {
+    const char* value = std::getenv(variable);
+    const filesystem::path place(value == nullptr ? "" : value);
+    return place.is_absolute() ? place : filesystem::path();
+}
+
+// The folder that lasts as long as the session; without one the user's cache.
+filesystem::path lockFolder() {
+    for (const auto& place : {placeIn("XDG_RUNTIME_DIR"), placeIn("XDG_CACHE_HOME")}) {
+        if (!place.empty()) {
+            return place / "quenbrook";
+        }
+    }
+    const filesystem::path home = placeIn("HOME");
+    if (home.empty()) {
+        throw std::system_error(std::make_error_code(std::errc::no_such_file_or_directory));
+    }
+    return home / ".cache" / "quenbrook";
+}
+
+// A name of its own for each calendar, whatever its identifier holds.
+std::string fileName(std::string_view calendar) {
+    constexpr std::string_view plain =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_@";
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string name;
+    for (const char character : calendar) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (plain.find(character) != std::string_view::npos) {
+            name += character;
+        } else {
+            name += {'%', digits[byte >> 4], digits[byte & 0x0F]};
+        }
+    }
+    return name + ".lock";
+}
+
+FileDescriptor openLockFile(std::string_view calendar) {
+    const filesystem::path folder = lockFolder();
+    filesystem::create_directories(folder.parent_path());
+    if (::mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+        throwSystemError("mkdir");
+    }
+    const filesystem::path file = folder / fileName(calendar);
+    return FileDescriptor(checked("open", [&] {
+        return ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+    }));
+}
+
+} // namespace
+
+CalendarLock::CalendarLock(std::string_view calendar, Deadline deadline)
+    : file_(openLockFile(calendar)) {
+    while (uninterrupted([&] { return ::flock(file_.get(), LOCK_EX | LOCK_NB); }) != 0) {
+        if (errno != EWOULDBLOCK || Clock::now() >= deadline) {
+            throwSystemError("flock");
+        }
+        std::this_thread::sleep_for(pause);
+    }
+}
+
+} // namespace quenbrook::platform::evolution

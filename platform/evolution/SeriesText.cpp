@@ -1,0 +1,139 @@
+#include "platform/evolution/SeriesText.h"
+
+#include "platform/evolution/Zones.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+namespace quenbrook::platform::evolution {
+namespace {
+
+using icalendar::EventText;
+
+// What a change befalls: one event or exception; one exception, the series being left as it is; or
+// all of them.
+constexpr const char* justThis = "this";
+constexpr const char* onlyThis = "only-this";
+constexpr const char* everything = "all";
+
+// Refuse what the server has changed meanwhile.
+constexpr std::uint32_t failOnConflict = 1;
+
+constexpr std::string_view notFoundError =
+    "org.gtk.GDBus.UnmappedGError.Quark._e_2dcal_2dclient_2derror_2dquark.Code1";
+constexpr std::string_view outOfSyncError =
+    "org.gtk.GDBus.UnmappedGError.Quark._e_2dclient_2derror_2dquark.Code21";
+
+// How long the service may take to fetch what its server has, and how often it is asked.
+constexpr std::chrono::seconds patienceWithServer{2};
+constexpr std::chrono::milliseconds pause{20};
+
+using UidAndRecurrenceId = std::pair<std::string, std::string>;
+
+bool isIn(const std::vector<EventText>& events, const EventText& wanted, bool withSameText) {
+    return std::any_of(events.begin(), events.end(), [&](const EventText& each) {
+        return each.recurrenceId == wanted.recurrenceId &&
+               (!withSameText || each.text == wanted.text);
+    });
+}
+
+} // namespace
+
+bool isConflict(const BusError& error) {
+    return error.name() == outOfSyncError;
+}
+
+SeriesText::SeriesText(std::string uid, std::string stream, std::vector<std::string> ownZones)
+    : uid_(std::move(uid))
+    , stream_(std::move(stream))
+    , ownZones_(std::move(ownZones)) {}
+
+std::optional<SeriesText> SeriesText::read(
+    const FactoryCalendar& calendar, const std::string& uid, Deadline deadline) {
+    icalendar::StreamAssembly components;
+    try {
+        components.add(calendar.call(deadline, "GetObject", uid, "").readString());
+    } catch (const BusError& error) {
+        // Whoever cannot look has not said that there is no such event.
+        if (error.name() != notFoundError) {
+            throw;
+        }
+        return std::nullopt;
+    }
+    std::vector<std::string> ownZones;
+    for (const std::string& name : zonesToFetch(components)) {
+        try {
+            ownZones.emplace_back(calendar.call(deadline, "GetTimezone", name).readString());
+        } catch (const BusError& error) {
+            // A zone that nobody knows.
+            if (error.isSilence()) {
+                throw;
+            }
+        }
+    }
+    for (const std::string& zone : ownZones) {
+        components.add(zone);
+    }
+    return SeriesText(uid, components.stream(), std::move(ownZones));
+}
+
+void SeriesText::replace(const FactoryCalendar& calendar, const std::string& changed,
+    Dropped dropping, Deadline deadline) const {
+    const auto before = icalendar::eventTexts(stream_, uid_);
+    const auto after = icalendar::eventTexts(changed, uid_);
+    if (after.empty()) {
+        const std::vector<UidAndRecurrenceId> whole{{uid_, {}}};
+        calendar.call(deadline, "RemoveObjects", whole, everything, failOnConflict);
+        return;
+    }
+    std::vector<std::string> written;
+    for (const EventText& event : after) {
+        if (!isIn(before, event, true)) {
+            written.push_back(event.text);
+        }
+    }
+    std::vector<UidAndRecurrenceId> dropped;
+    for (const EventText& event : before) {
+        if (!isIn(after, event, false)) {
+            dropped.emplace_back(uid_, event.recurrenceId);
+        }
+    }
+    // The series first: with an occurrence excluded it stands until its exception is gone too, in
+    // the other order the occurrence would be back as it was before the exception.
+    if (!written.empty()) {
+        defineZones(calendar, deadline);
+        calendar.call(deadline, "ModifyObjects", written, justThis, failOnConflict);
+    }
+    if (!dropped.empty()) {
+        // What changes a series on a server takes the excluded date back with the exception, unless
+        // it is told to exclude it itself.
+        const bool excludesItself = calendar.source().isRemote && dropping == Dropped::excluded;
+        calendar.call(deadline, "RemoveObjects", dropped, excludesItself ? justThis : onlyThis,
+            failOnConflict);
+    }
+}
+
+void SeriesText::awaitOther(const FactoryCalendar& calendar, Deadline deadline) const {
+    const Deadline patience = std::min(deadline, Clock::now() + patienceWithServer);
+    calendar.call(patience, "Refresh");
+    while (Clock::now() < patience) {
+        const auto present = read(calendar, uid_, patience);
+        if (!present || present->stream() != stream_) {
+            return;
+        }
+        std::this_thread::sleep_for(pause);
+    }
+}
+
+void SeriesText::defineZones(const FactoryCalendar& calendar, Deadline deadline) const {
+    for (const std::string& zone : ownZones_) {
+        calendar.call(deadline, "AddTimezone", zone);
+    }
+}
+
+void createEvent(const FactoryCalendar& calendar, const std::string& event, Deadline deadline) {
+    calendar.call(deadline, "CreateObjects", std::vector{event}, failOnConflict);
+}
+
+} // namespace quenbrook::platform::evolution

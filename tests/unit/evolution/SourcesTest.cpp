@@ -1,0 +1,105 @@
+#include "platform/evolution/Sources.h"
+
+#include <algorithm>
+
+#include <gmock/gmock.h>
+
+namespace quenbrook::platform::evolution {
+namespace {
+
+using testing::ElementsAre;
+
+SourceText calendar(const std::string& uid, const std::string& more, const std::string& rest = "") {
+    return {uid, "[Data Source]\n" + more + "\n[Calendar]\nBackendName=local\n" + rest};
+}
+
+std::vector<std::string> identifiers(const std::vector<SourceText>& sources) {
+    std::vector<std::string> found;
+    for (const CalendarSource& source : calendarSources(sources, {})) {
+        found.push_back(source.calendar.identifier);
+    }
+    return found;
+}
+
+TEST(CalendarSources, AreOrderedByAccountNameAndIdentifier) {
+    std::vector<SourceText> sources{
+        calendar("e", "DisplayName=A\nParent=y"),
+        calendar("d", "DisplayName=B\nParent=x"),
+        calendar("c", "DisplayName=A\nParent=x"),
+        calendar("b", "DisplayName=A\nParent=x"),
+        calendar("a", "DisplayName=Z"),
+        {"x", "[Data Source]\nDisplayName=First\n"},
+        {"y", "[Data Source]\nDisplayName=Second\n"},
+    };
+    std::sort(sources.begin(), sources.end(),
+        [](const SourceText& left, const SourceText& right) { return left.data < right.data; });
+    EXPECT_THAT(identifiers(sources), ElementsAre("a", "b", "c", "d", "e"));
+    std::reverse(sources.begin(), sources.end());
+    EXPECT_THAT(identifiers(sources), ElementsAre("a", "b", "c", "d", "e"));
+}
+
+TEST(CalendarSources, AreEnabledAsAreAllAboveThem) {
+    EXPECT_THAT(identifiers({
+                    calendar("on", "Enabled=true"),
+                    calendar("unsaid", ""),
+                    calendar("off", "Enabled=false"),
+                    calendar("child", "Parent=off"),
+                    calendar("grandchild", "Parent=child"),
+                    calendar("orphan", "Parent=nobody"),
+                    calendar("circle", "Parent=circle"),
+                    {"tasks", "[Data Source]\n[Task List]\nBackendName=local\n"},
+                    {"nonsense", "nonsense"},
+                }),
+        ElementsAre("on", "orphan", "unsaid"));
+}
+
+TEST(CalendarSources, TellTheTypeOfTheirAccount) {
+    for (const auto& [backend, type] : std::vector<std::pair<std::string, std::int64_t>>{
+             {"local", 0}, {"ews", 1}, {"microsoft365", 1}, {"caldav", 2}, {"gtasks", 2}, {"", 2},
+             {"webcal", 4}, {"weather", 4}, {"contacts", 5}}) {
+        const std::vector<SourceText> sources{
+            {"c", "[Data Source]\nParent=p\n[Calendar]\nBackendName=" + backend + "\n"},
+            {"p", "[Data Source]\nDisplayName=Account\n"}};
+        const auto found = calendarSources(sources, {});
+        EXPECT_EQ(found.front().calendar.source, (Source{"Account", type})) << backend;
+        EXPECT_EQ(found.front().isLocal, type == 0) << backend;
+        EXPECT_EQ(found.front().isRemote, type != 0 && type != 5) << backend;
+    }
+}
+
+TEST(CalendarSources, TellWhereAFileIs) {
+    const auto fileOf = [](const std::string& text) {
+        return calendarSources(
+            std::vector{calendar("c", "", "[Local Backend]\nCustomFile=" + text + "\n")}, {})
+            .front()
+            .file;
+    };
+    EXPECT_EQ(fileOf("file:///home/zoe/my%20calendar%2.ics"), "/home/zoe/my calendar%2.ics");
+    EXPECT_EQ(fileOf(""), std::nullopt);
+    EXPECT_EQ(fileOf("https://example.org/c.ics"), std::nullopt);
+}
+
+TEST(CalendarSources, RepairTexts) {
+    const auto found = calendarSources(std::vector{calendar("c", "DisplayName=a\xFF")}, {});
+    EXPECT_EQ(found.front().calendar.title, "a\xEF\xBF\xBD");
+}
+
+TEST(Colors, AreReadAsPeopleWriteThem) {
+    const Color orange{1.0, 128.0 / 255.0, 0.0};
+    for (const char* text : {"#ff8000", "#FF8000", " #ff8000 ", "#ff8000cc", "#ffff80800000",
+             "rgb(255,128,0)", "rgba(255, 128, 0, 0.5)"}) {
+        const auto color = parseColor(text);
+        ASSERT_TRUE(color) << text;
+        for (std::size_t i = 0; i < color->size(); ++i) {
+            EXPECT_NEAR((*color)[i], orange[i], 1e-9) << text;
+        }
+    }
+    EXPECT_EQ(parseColor("#f00"), (Color{1.0, 0.0, 0.0}));
+    for (const char* text : {"", "#", "#ff", "#ff800", "#ff80001", "#gg8000", "ff8000", "orange",
+             "rgb(256,0,0)", "rgb(1,2)", "rgb(1,2,3", "rgb(-1,0,0)", "rgb(1.5,0,0)"}) {
+        EXPECT_FALSE(parseColor(text)) << text;
+    }
+}
+
+} // namespace
+} // namespace quenbrook::platform::evolution
