@@ -6,10 +6,7 @@
 #include <limits>
 #include <map>
 
-#include <nlohmann/json.hpp>
-
 namespace quenbrook::platform {
-namespace {
 
 // What the parser holds a number with a fraction or an exponent in. Only the literal counts here:
 // one beyond what a double can hold must not stop the parser, which asks whether it is finite.
@@ -24,6 +21,20 @@ struct FloatingPoint {
 
     double value;
 };
+
+} // namespace quenbrook::platform
+
+// The parser asks this of its numbers, and that of libc++ takes none but arithmetic types.
+namespace std {
+inline bool isfinite(const quenbrook::platform::FloatingPoint&) {
+    return true;
+}
+} // namespace std
+
+#include <nlohmann/json.hpp>
+
+namespace quenbrook::platform {
+namespace {
 
 using Json = nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t,
     std::uint64_t, FloatingPoint>;
