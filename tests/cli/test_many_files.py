@@ -4,7 +4,7 @@ import resource
 import subprocess
 import unittest
 
-from quenbrook import QuenbrookTest, event
+from quenbrook import PROGRAM, QuenbrookTest, event
 
 START = "DTSTART:20260105T100000Z"
 
@@ -64,6 +64,19 @@ class ManyFiles(QuenbrookTest):
             with self.subTest(most):
                 self.assertEqual(self.listed(
                     preexec_fn=limited(resource.RLIMIT_NOFILE, most)), expected)
+
+    def test_reads_later_what_could_not_be_opened_beside_the_others(self):
+        # Of any 4,000 files that 32 threads share, one of these opens more than 60.
+        self.put_many(4_000)
+        expected = self.listed()
+
+        def with_a_thread_s_60th_opening_failing(word, request):
+            return self.run_program(
+                "-f", "-qq", "-o", "/dev/null", "-e", "trace=openat", "-e",
+                "inject=openat:error=EMFILE:when=60", PROGRAM, word, request=request,
+                program="strace")
+
+        self.assertEqual(self.listed(with_a_thread_s_60th_opening_failing), expected)
 
 
 if __name__ == "__main__":
