@@ -16,6 +16,13 @@ namespace {
 constexpr std::array<ReadingThreads, 2> crowds = {
     {{.most = 2, .filesForEach = 3}, {.most = 8, .filesForEach = 1}}};
 
+#ifdef __SANITIZE_THREAD__
+// Ten times as slow there, and what that looks for shows in a few.
+constexpr unsigned stores = 20;
+#else
+constexpr unsigned stores = 100;
+#endif
+
 std::string answerOf(const std::filesystem::path& root, ReadingThreads threads,
     std::string_view word, const std::string& request) {
     std::string all;
@@ -104,10 +111,10 @@ class RandomStore {
     std::mt19937 chance_;
 };
 
-TEST(SameAnswer, OfAHundredRandomStores) {
+TEST(SameAnswer, OfManyRandomStores) {
     std::size_t found = 0;
     std::size_t bytes = 0;
-    for (unsigned seed = 0; seed < 100; ++seed) {
+    for (unsigned seed = 0; seed < stores; ++seed) {
         SCOPED_TRACE(seed);
         RandomStore store(seed);
         bytes += listed(store.root()).size();
@@ -117,8 +124,8 @@ TEST(SameAnswer, OfAHundredRandomStores) {
             found += answer.starts_with("0") ? 1 : 0;
         }
     }
-    EXPECT_GT(bytes, 1'000'000U);
-    EXPECT_GT(found, 20U);
+    EXPECT_GT(bytes, 10'000U * stores);
+    EXPECT_GT(found, stores / 5);
 }
 
 // Every text that the tests keep, as a store.
