@@ -9,8 +9,8 @@
 
 namespace quenbrook::platform::evolution {
 
-// The text in which a source describes itself: groups of keys with values, as the Desktop Entry
-// Specification has them.
+// The text in which a source describes itself: groups of keys with values, in the form of desktop
+// entries (freedesktop.org).
 class KeyFile {
   public:
     // What is neither a group nor a key in a group is passed over.

@@ -1,7 +1,7 @@
 #include "platform/vdir/Folder.h"
 
-#include "platform/vdir/FolderLock.h"
 #include "platform/RandomUid.h"
+#include "platform/vdir/FolderLock.h"
 #include "tests/unit/vdir/Files.h"
 
 #include <gtest/gtest.h>
