@@ -19,7 +19,7 @@ constexpr std::size_t stackSize = std::size_t{1} << 20;
 
 // Each arena takes 64 MiB of the address space, which may be limited, and keeps what was freed in
 // it to itself.
-constexpr int mostArenas = 3;
+[[maybe_unused]] constexpr int mostArenas = 3;
 
 class SharedWork {
   public:
