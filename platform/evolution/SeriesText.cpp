@@ -19,6 +19,7 @@ constexpr const char* everything = "all";
 
 // Refuse what the server has changed meanwhile.
 constexpr std::uint32_t failOnConflict = 1;
+constexpr std::uint32_t overwrite = 0;
 
 constexpr std::string_view notFoundError =
     "org.gtk.GDBus.UnmappedGError.Quark._e_2dcal_2dclient_2derror_2dquark.Code1";
@@ -105,12 +106,19 @@ void SeriesText::replace(const FactoryCalendar& calendar, const std::string& cha
         defineZones(calendar, deadline);
         calendar.call(deadline, "ModifyObjects", written, justThis, failOnConflict);
     }
-    if (!dropped.empty()) {
-        // What changes a series on a server takes the excluded date back with the exception, unless
-        // it is told to exclude it itself.
-        const bool excludesItself = calendar.source().isRemote && dropping == Dropped::excluded;
-        calendar.call(deadline, "RemoveObjects", dropped, excludesItself ? justThis : onlyThis,
-            failOnConflict);
+    if (dropped.empty()) {
+        return;
+    }
+    // What changes a series on a server changes the excluded dates of the series too when it drops
+    // an exception: it takes the date out, unless it is told to exclude it itself, and excludes the
+    // first one where there is none. In the one case it is told, in the other the series is put
+    // right, over nobody else's change: that of a moment ago would have been a conflict.
+    const bool isRemote = calendar.source().isRemote;
+    const bool excludesItself = isRemote && dropping == Dropped::excluded;
+    calendar.call(
+        deadline, "RemoveObjects", dropped, excludesItself ? justThis : onlyThis, failOnConflict);
+    if (isRemote && !excludesItself && !written.empty()) {
+        calendar.call(deadline, "ModifyObjects", written, justThis, overwrite);
     }
 }
 

@@ -82,8 +82,12 @@ class Client:
         zone.set_component(ICalGLib.Component.new_from_string(text))
         self.open(calendar).add_timezone_sync(zone, None)
 
-    def refresh(self, calendar):
-        self.open(calendar).refresh_sync(None)
+    def factory_is_there(self):
+        """For all that the bus knows."""
+        answer = Gio.bus_get_sync(Gio.BusType.SESSION, None).call_sync(
+            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            "NameHasOwner", GLib.Variant("(s)", (FAMILY + "Calendar8",)), None, 0, -1, None)
+        return answer.unpack()[0]
 
 
 def main():

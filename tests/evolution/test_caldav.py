@@ -111,6 +111,7 @@ class CalDav(DesktopTest):
                     recurrenceRule={"frequency": "weekly", "interval": 1, "count": 2})
         text = self.on_server(path, "series")[1]
         self.assertEqual(values(text, "SUMMARY"), ["Rewritten"])
+        self.assertEqual(values(text, "EXRULE") + values(text, "EXDATE"), [])
         for day in ("06", "13"):
             self.assertEqual(self.event(f"{calendar}:series")["startISO"],
                              f"2026-01-{day}T09:00:00.000Z")

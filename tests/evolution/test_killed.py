@@ -36,6 +36,7 @@ class Killed(DesktopTest):
                 del standing[identifier]
                 self.cancel(identifier)
             kill(self.factory())
+            self.wait_for(lambda: not self.other.factory_is_there(), "the bus to notice")
             text = self.calendar_file(calendar).read_text()
             self.assertCountEqual(values(text, "SUMMARY"), standing.values(), number)
         found = self.events("2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z", calendarIds=[calendar])
