@@ -101,12 +101,13 @@ void tryMove(std::string_view text, const icalendar::FoundEvent& found) {
     changes.start = found.event.start + std::chrono::minutes(90);
     changes.end = found.event.end + std::chrono::hours(30);
     if (const auto updated = icalendar::updatedStream(text, found.key, changes, now)) {
-        const auto again = icalendar::findEvent(*updated, found.key.uid);
-        require(again.has_value());
-        // Of a series the next one may come first now, by its original start.
-        const bool isSame = again->key.originalStart == found.key.originalStart;
-        require(
-            !isSame || (again->event.start == changes.start && again->event.end == changes.end));
+        // Of a series another one may come first now, even one of the same original start.
+        const icalendar::RangeQuery there(*changes.start, *changes.start + std::chrono::seconds(1));
+        const auto events = there.eventsIn(*updated);
+        require(std::any_of(events.begin(), events.end(), [&](const icalendar::FoundEvent& each) {
+            return each.key.uid == found.key.uid && each.event.start == changes.start &&
+                   each.event.end == changes.end;
+        }));
     }
 }
 
