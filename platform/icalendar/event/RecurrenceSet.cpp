@@ -34,6 +34,15 @@ std::vector<LocalTime> addedDays(const EventComponent& master) {
     return dates;
 }
 
+// Whole days have no times, and what a rule says of them there is ignored (RFC 5545
+// section 3.3.10).
+Recur withoutTimesOfDay(Recur rule) {
+    rule.byHour.clear();
+    rule.byMinute.clear();
+    rule.bySecond.clear();
+    return rule;
+}
+
 } // namespace
 
 StartSet::StartSet(const EventComponent& master, std::span<const DateTime> starts) {
@@ -63,7 +72,7 @@ bool StartSet::contains(const DateTime& start) const {
 
 RuleStarts::RuleStarts(const EventComponent& master, const Recur& rule, WorkBudget& budget)
     : start_(master.start)
-    , expansion_(rule, master.start.time)
+    , expansion_(master.start.isDate() ? withoutTimesOfDay(rule) : rule, master.start.time)
     , until_(rule.until) {
     expansion_.drawOn(budget);
 }
@@ -90,7 +99,9 @@ std::optional<DateTime> RuleStarts::next() {
 void RuleStarts::makeReady() {
     std::optional<sys_seconds> reached;
     while (const auto time = expansion_.next()) {
-        DateTime value = start_.withTime(*time);
+        // A rule finer than daily makes no times of days: each day comes as often as it has any.
+        DateTime value =
+            start_.withTime(start_.isDate() ? LocalTime(std::chrono::floor<days>(*time)) : *time);
         const sys_seconds instant = value.instant();
         const bool isSkipped = value.zone.wallClockAt(instant) != value.time;
         const bool isPast = isAfterUntil(value);

@@ -318,6 +318,23 @@ TEST(RecurrenceSets, OfWholeDaysGoByTheDatesThatAreWritten) {
     expectSpans(cases);
 }
 
+// RFC 5545 section 3.3.10: what a rule says of times is ignored there.
+TEST(RecurrenceSets, OfWholeDaysHaveNoTimes) {
+    const std::string fifth = "2026-01-05T00:00:00Z/2026-01-05T23:59:59Z";
+    const std::string sixth = "2026-01-06T00:00:00Z/2026-01-06T23:59:59Z";
+    std::vector<OccurrenceCase> cases;
+    for (const char* rule : {"FREQ=DAILY;COUNT=2;BYHOUR=9,17", "FREQ=DAILY;COUNT=2;BYMINUTE=30",
+             "FREQ=DAILY;COUNT=2;BYSECOND=1,2,3", "FREQ=HOURLY;INTERVAL=20;COUNT=3",
+             "FREQ=HOURLY;COUNT=30", "FREQ=MINUTELY;UNTIL=20260106", "FREQ=SECONDLY;UNTIL=20260106",
+             "FREQ=HOURLY;BYHOUR=9;UNTIL=20260106"}) {
+        OccurrenceCase row{
+            rule, "DTSTART;VALUE=DATE:20260105\nRRULE:" + std::string(rule) + "\n", {fifth, sixth}};
+        row.localZone = "UTC";
+        cases.push_back(std::move(row));
+    }
+    expectSpans(cases);
+}
+
 // The answer must not depend on the machine.
 TEST(RecurrenceSets, ReadTimesWithoutAZoneByTheClockOfTheirSeries) {
     const std::string zoned = "DTSTART;TZID=America/New_York:20260105T100000\nRRULE:FREQ=DAILY;"
