@@ -138,9 +138,11 @@ void changeOccurrence(Event& series, Event occurrence) {
 
 void changeOccurrencesFrom(Event& series, Event occurrence) {
     const auto before = indexOf(series, originalStart(occurrence));
-    auto& end = occurrence.recurrenceRules->front().end;
-    if (occurrence.recurrenceRules == series.recurrenceRules && end && end->occurrenceCount > 0) {
-        end->occurrenceCount -= before;
+    if (occurrence.recurrenceRules == series.recurrenceRules) {
+        auto& end = occurrence.recurrenceRules->front().end;
+        if (end && end->occurrenceCount > 0) {
+            end->occurrenceCount -= before;
+        }
     }
     occurrence.originalStart.reset();
     series = std::move(occurrence);
