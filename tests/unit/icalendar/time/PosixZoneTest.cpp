@@ -117,7 +117,7 @@ const std::vector<std::string> libraryCases{"", ":", "::", "nonsense", "/nowhere
     "EST5:", "EST5:30:", "EST99999EDT,M3.2.0,M11.1.0", "EST65537EDT,M3.2.0,M11.1.0",
     "EST5EDT,J0,J400", "EST5EDT,J1,J365", "EST5EDT,J59,J60/0", "EST5EDT,0,365",
     "EST5EDT,0/0,J365/25", "XXX3EDT4,0/0,J365/23", "EST5EDT,366,1", "EST5EDT,65537,1",
-    "EST5EDT,M3.2.0/200,M11.1.0/-200", "NZST-12NZDT,M9.5.0,M4.1.0/3", "XXX-24YYY-25,M1.1.0,M12.5.6",
+    "EST5EDT,M3.2.0/200,M11.1.0/-200", "NZST-12NZDT,M9.5.0,M4.1.0/3", "AAA-24BBB-25,M1.1.0,M12.5.6",
     "AAA0BBB0,M3.2.0,M11.1.0"};
 
 TEST(TheMachinesZone, IsWhatTheLibraryTakesTheVariableFor) {
