@@ -1,5 +1,7 @@
 #include "platform/icalendar/event/EventComponent.h"
 
+#include "platform/Text.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -151,16 +153,18 @@ sys_seconds timedEnd(const DateTime& start, const DateTime& from, const Extent& 
 
 } // namespace
 
+std::optional<LocalTime> utcStampOf(const Component& event, std::string_view name) {
+    const Property* stamp = event.first(name);
+    return stamp ? parseDateTime(trimmed(stamp->value).substr(0, 15)) : std::nullopt;
+}
+
 Revision revisionOf(const Component& event) {
     Revision revision;
     if (const Property* sequence = event.first("SEQUENCE")) {
-        const std::string_view digits = sequence->value;
+        const std::string_view digits = trimmed(sequence->value);
         std::from_chars(digits.data(), digits.data() + digits.size(), revision.sequence);
     }
-    const Property* stamp = event.first("DTSTAMP");
-    // Always UTC, whether or not the "Z" was forgotten.
-    const auto time = stamp ? parseDateTime(stamp->value.substr(0, 15)) : std::nullopt;
-    revision.stamp = time.value_or(LocalTime::min());
+    revision.stamp = utcStampOf(event, "DTSTAMP").value_or(LocalTime::min());
     return revision;
 }
 

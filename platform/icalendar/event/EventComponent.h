@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <variant>
 #include <vector>
@@ -39,6 +40,10 @@ struct Revision {
     }
 };
 Revision revisionOf(const Component& event);
+
+// The time of a property that is always in UTC (DTSTAMP, LAST-MODIFIED: RFC 5545 section 3.8.7),
+// whether or not the "Z" was forgotten; nothing when there is none that can be read.
+std::optional<LocalTime> utcStampOf(const Component& event, std::string_view name);
 
 // A VEVENT with its dates and rules read. Values that cannot be read are passed over; a component
 // without UID or DTSTART is no event.

@@ -84,10 +84,7 @@ std::int64_t availabilityOf(const Component& component) {
 }
 
 std::optional<Instant> lastModifiedOf(const Component& component) {
-    const Property* property = component.first("LAST-MODIFIED");
-    // Always UTC (RFC 5545 section 3.8.7.3), whether or not the "Z" was forgotten.
-    const auto time =
-        property ? parseDateTime(trimmed(property->value).substr(0, 15)) : std::nullopt;
+    const auto time = utcStampOf(component, "LAST-MODIFIED");
     return time ? std::optional<Instant>(Instant(time->time_since_epoch())) : std::nullopt;
 }
 

@@ -1,10 +1,7 @@
 #include "platform/icalendar/event/EventWriting.h"
 
-#include "platform/Text.h"
-
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -87,13 +84,8 @@ Until untilOf(Instant date, const DateTime& start) {
 }
 
 std::int64_t sequenceOf(const Component& event) {
-    const Property* property = event.first("SEQUENCE");
-    std::int64_t sequence = 0;
-    if (property) {
-        const std::string_view value = trimmed(property->value);
-        std::from_chars(value.data(), value.data() + value.size(), sequence);
-    }
-    return std::clamp<std::int64_t>(sequence, 0, std::numeric_limits<std::int32_t>::max() - 1);
+    return std::clamp<std::int64_t>(
+        revisionOf(event).sequence, 0, std::numeric_limits<std::int32_t>::max() - 1);
 }
 
 Recur recurOf(const RecurrenceRule& rule, const DateTime& start) {
