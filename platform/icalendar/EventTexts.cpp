@@ -36,23 +36,22 @@ bool mayNameZone(std::string_view line) {
 template <class Visit>
 void visitDates(std::string_view text, Visit visit) {
     std::string unfolded;
-    auto line = physicalLineAt(text, 0);
-    while (line) {
-        auto next = physicalLineAt(text, line->next);
+    std::size_t position = 0;
+    while (const auto line = physicalLineAt(text, position)) {
+        position = line->next;
         if (!mayNameZone(line->text)) {
-            line = next;
             continue;
         }
         std::string_view logical = line->text;
-        if (next && next->isContinuation()) {
+        if (auto more = continuationAt(text, position)) {
             unfolded = logical;
-            for (; next && next->isContinuation(); next = physicalLineAt(text, next->next)) {
-                unfolded += next->text.substr(1);
+            for (; more; more = continuationAt(text, position)) {
+                unfolded += more->text.substr(1);
+                position = more->next;
             }
             logical = unfolded;
         }
         visit(logical);
-        line = next;
     }
 }
 

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <initializer_list>
 
 namespace quenbrook::platform::icalendar {
 namespace {
@@ -22,15 +24,35 @@ bool isOutermost(std::string_view name) {
         [&](std::string_view each) { return equalsIgnoringCase(each, name); });
 }
 
-// Only lines that begin with one of these letters can matter here: BEGIN, END, UID, and the
-// properties that hold dates and rules.
-constexpr std::array<bool, 256> mattering = [] {
-    std::array<bool, 256> letters{};
-    for (const char letter : std::string_view("BbEeUuDdRr")) {
-        letters[static_cast<unsigned char>(letter)] = true;
+// Tells by the first two bytes of a line whether it can be one of those that count. It may count one
+// too many, and its name may be folded behind its first letter.
+class LineFilter {
+  public:
+    consteval LineFilter(std::initializer_list<std::string_view> beginnings) {
+        for (const std::string_view beginning : beginnings) {
+            const std::uint32_t bits = bit(beginning[1]) | bit('\r') | bit('\n');
+            seconds_[static_cast<unsigned char>(beginning[0])] |= bits;
+            seconds_[static_cast<unsigned char>(beginning[0] | 0x20)] |= bits;
+        }
     }
-    return letters;
-}();
+
+    bool mayCount(char first, char second) const {
+        return (seconds_[static_cast<unsigned char>(first)] & bit(second)) != 0;
+    }
+
+  private:
+    // The same for letters of both cases.
+    static constexpr std::uint32_t bit(char second) {
+        return std::uint32_t{1} << (static_cast<unsigned char>(second) & 0x1F);
+    }
+
+    // By the first byte.
+    std::array<std::uint32_t, 256> seconds_{};
+};
+
+// BEGIN and END; in an event UID, DTSTART, DTEND, DURATION, RRULE, RDATE and RECURRENCE-ID as well.
+constexpr LineFilter boundaries = {"BE", "EN"};
+constexpr LineFilter boundariesAndProperties = {"BE", "EN", "UI", "DT", "DU", "RR", "RD", "RE"};
 
 // Nothing of iCalendar, but some programs begin every UTF-8 file with it.
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
@@ -44,10 +66,9 @@ class OutlineReader {
     Outline read() {
         while (position_ < text_.size()) {
             lineBegin_ = position_;
-            const bool matters = mattering[static_cast<unsigned char>(text_[position_])];
             const std::size_t feed = text_.find('\n', position_);
             position_ = feed == std::string_view::npos ? text_.size() : feed + 1;
-            if (matters) {
+            if (mayCount(text_.substr(lineBegin_, 2))) {
                 take(logicalLine(feed));
             } else {
                 skipContinuations();
@@ -58,15 +79,15 @@ class OutlineReader {
     }
 
   private:
-    // The line at the position, when it continues the one before.
-    std::optional<PhysicalLine> continuation() const {
-        const bool continues =
-            position_ < text_.size() && (text_[position_] == ' ' || text_[position_] == '\t');
-        return continues ? physicalLineAt(text_, position_) : std::nullopt;
+    bool isInEvent() const { return depth_ == 1 && isEvent_; }
+
+    bool mayCount(std::string_view firstTwo) const {
+        const LineFilter& filter = isInEvent() ? boundariesAndProperties : boundaries;
+        return firstTwo.size() == 2 && filter.mayCount(firstTwo[0], firstTwo[1]);
     }
 
     void skipContinuations() {
-        while (const auto more = continuation()) {
+        while (const auto more = continuationAt(text_, position_)) {
             position_ = more->next;
         }
     }
@@ -77,12 +98,12 @@ class OutlineReader {
         if (feed != std::string_view::npos && line.ends_with('\r')) {
             line.remove_suffix(1);
         }
-        auto more = continuation();
+        auto more = continuationAt(text_, position_);
         if (!more) {
             return line;
         }
         unfolded_ = line;
-        for (; more; more = continuation()) {
+        for (; more; more = continuationAt(text_, position_)) {
             unfolded_ += more->text.substr(1);
             position_ = more->next;
         }
@@ -99,7 +120,7 @@ class OutlineReader {
         } else if (first == 'e' && line.size() > 4 &&
                    equalsIgnoringCase(line.substr(0, 4), "END:")) {
             end(trimmed(line.substr(4)));
-        } else if (depth_ == 1 && isEvent_) {
+        } else if (isInEvent()) {
             property(line, first);
         }
     }
@@ -160,8 +181,7 @@ class OutlineReader {
     }
 
     void property(std::string_view line, char first) {
-        const std::string_view name =
-            line.substr(0, std::min(line.find_first_of(";:"), line.size()));
+        const std::string_view name = line.substr(0, nameLength(line));
         // Of a property that is there twice, the first counts.
         if (first == 'u' && event_.uid.empty() && equalsIgnoringCase(name, "UID")) {
             if (const auto content = parseContentLine(line)) {

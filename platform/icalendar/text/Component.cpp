@@ -33,10 +33,7 @@ class Unfolder {
         char* const start = buffer_;
         append(first->text);
         position_ = first->next;
-        while (const std::optional<PhysicalLine> more = physicalLineAt(text_, position_)) {
-            if (!more->isContinuation()) {
-                break;
-            }
+        while (const std::optional<PhysicalLine> more = continuationAt(text_, position_)) {
             append(more->text.substr(1));
             position_ = more->next;
         }

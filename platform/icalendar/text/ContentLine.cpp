@@ -56,8 +56,8 @@ std::size_t prefixAtCharacterEnd(std::string_view text, std::size_t limit) {
 } // namespace
 
 std::optional<ContentLine> parseContentLine(std::string_view line) {
-    const std::size_t nameEnd = line.find_first_of(";:");
-    if (nameEnd == std::string_view::npos || nameEnd == 0) {
+    const std::size_t nameEnd = nameLength(line);
+    if (nameEnd == line.size() || nameEnd == 0) {
         return std::nullopt;
     }
     const std::string_view name = line.substr(0, nameEnd);

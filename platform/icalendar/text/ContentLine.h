@@ -19,6 +19,15 @@ struct ContentLine {
     std::string_view value;
 };
 
+// Where the name at the beginning of an unfolded line ends: at the first ";" or ":", or with the line.
+inline std::size_t nameLength(std::string_view line) {
+    std::size_t length = 0;
+    while (length < line.size() && line[length] != ';' && line[length] != ':') {
+        ++length;
+    }
+    return length;
+}
+
 // Splits one unfolded line; nothing when it is no content line (no name, no ":").
 std::optional<ContentLine> parseContentLine(std::string_view line);
 
@@ -66,9 +75,14 @@ struct PhysicalLine {
     std::string_view text;
     std::size_t next;
 
-    // Continues the line before it (section 3.1).
-    bool isContinuation() const { return !text.empty() && (text[0] == ' ' || text[0] == '\t'); }
 };
 std::optional<PhysicalLine> physicalLineAt(std::string_view text, std::size_t position);
+
+// The same, when that line continues the one before it (section 3.1).
+inline std::optional<PhysicalLine> continuationAt(std::string_view text, std::size_t position) {
+    const bool continues =
+        position < text.size() && (text[position] == ' ' || text[position] == '\t');
+    return continues ? physicalLineAt(text, position) : std::nullopt;
+}
 
 } // namespace quenbrook::platform::icalendar
