@@ -38,6 +38,13 @@ def error(code, message):
     return line({"code": code, "error": message})
 
 
+def document(text):
+    try:
+        return json.loads(text)
+    except ValueError as fault:
+        raise AssertionError(f"no JSON: {text[:2000]!r}") from fault
+
+
 class Result:
     def __init__(self, process):
         self.out = process.stdout
@@ -61,6 +68,15 @@ class Session:
     # Running the program.
 
     def run(self, *arguments, request=b"", **options):
+        """One run, whose output must be such as is documented."""
+        result = self.invoke(*arguments, request=request, **options)
+        if result.out:
+            schemas.validate(f"{arguments[0]}.answer.json", document(result.out))
+        if result.err:
+            schemas.validate("error.json", document(result.err))
+        return result
+
+    def invoke(self, *arguments, request=b"", **options):
         if isinstance(request, (dict, list)):
             request = json.dumps(request)
         if isinstance(request, str):
@@ -68,22 +84,17 @@ class Session:
         if "stdin" not in options:
             options["input"] = request
         self.runs += 1
-        result = Result(subprocess.run(
+        return Result(subprocess.run(
             [self.program, *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
             timeout=PATIENCE, check=False, **options))
-        if result.out:
-            schemas.validate(f"{arguments[0]}.answer.json", json.loads(result.out))
-        if result.err:
-            schemas.validate("error.json", json.loads(result.err))
-        return result
 
     def answer(self, word, request=b""):
         """The answer of a run that succeeds: one line in the program's own form."""
         result = self.run(word, request=request)
         assert (result.status, result.err) == (0, b""), result
-        document = json.loads(result.out)
-        assert result.out == line(document), f"not the form of an answer: {result}"
-        return document
+        answer = document(result.out)
+        assert result.out == line(answer), f"not the form of an answer: {result}"
+        return answer
 
     def events(self, start, end, **request):
         return self.answer(
@@ -118,19 +129,20 @@ class Session:
             "get-event", {"calendarId": self.calendar, "eventId": identifier})["event"]
 
     def exists(self, identifier):
-        result = self.run(
+        result = self.invoke(
             "get-event", request={"calendarId": self.calendar, "eventId": identifier})
         return result.err != error("EVENT_NOT_FOUND", identifier)
 
     def remove(self, identifier):
-        """Removes an event of ours with all its occurrences, however the store counts them."""
+        """Removes an event of ours with all its occurrences, however the store counts them and
+        whatever the program says of it."""
         for attempt in range(60):
             if not self.exists(identifier):
                 return
             if attempt in (8, 40):
-                self.run("update-event",
-                         request={"id": identifier, "patch": {"clearRecurrenceRules": True}})
-            self.run("cancel-event", request={"id": identifier})
+                self.invoke("update-event",
+                            request={"id": identifier, "patch": {"clearRecurrenceRules": True}})
+            self.invoke("cancel-event", request={"id": identifier})
 
     def clear_up(self):
         """Removes all that the suite made and tells what it could not remove."""

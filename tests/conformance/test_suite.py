@@ -106,7 +106,20 @@ class Suite(unittest.TestCase):
             "FAILED Afterwards: nothing of the suite is left", "to be removed by hand",
             word="cancel-event", instead=(
                 'sys.stdout.write(json.dumps({"cancelled": True, "id": json.loads(request)["id"]},'
-                ' separators=(",", ":")).replace("/", "\\/") + "\\n"); sys.exit()'))
+                ' separators=(",", ":")).replace("/", "\\\\/") + "\\n"); sys.exit()'))
+
+    def test_clears_up_what_a_program_has_left_that_says_no_JSON(self):
+        before = self.files()
+        self.assertFinds("removes one", "FAILED Cancelling: removes one", "no JSON",
+                         "ok     Afterwards: nothing of the suite is left",
+                         word="cancel-event", fault='err = b"warning"')
+        self.assertEqual(self.files(), before)
+
+    def test_tells_when_nothing_can_be_listed_any_more(self):
+        self.assertFinds(
+            "removes one", "FAILED Afterwards: the calendars can be listed", "is not known",
+            word="list-events", instead=(
+                'if b"calendarIds" in request: print("x"); sys.exit()'))
 
     def test_finds_what_was_not_seen_before(self):
         seen = self.place / "seen"
