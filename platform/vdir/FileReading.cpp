@@ -3,108 +3,218 @@
 #include "platform/vdir/Threads.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
+#include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <optional>
 #include <vector>
 
+#include <sys/resource.h>
+
 namespace quenbrook::platform::vdir {
 namespace {
 
-// Deals the numbers from 0 up to an end out to several threads, each of them once.
-class Numbers {
+// How many files a thread takes at a time: few, so that all threads end together.
+constexpr std::size_t shareSize = 4;
+
+struct Share {
+    std::array<FileToRead, shareSize> files{};
+    std::size_t count = 0;
+    // Of the first one.
+    std::size_t number = 0;
+};
+
+// Deals out the files while they are being named, each of them once.
+class FileQueue {
   public:
-    explicit Numbers(std::size_t end)
-        : end_(end) {}
-
-    std::optional<std::size_t> next() {
-        const std::size_t number = next_.fetch_add(1, std::memory_order_relaxed);
-        return isWanted(number) ? std::optional(number) : std::nullopt;
-    }
-
-    bool isWanted(std::size_t number) const {
-        return number < end_.load(std::memory_order_relaxed);
-    }
-
-    // Deals no number out any more that is not below this one.
-    void endAt(std::size_t end) {
-        std::size_t before = end_.load(std::memory_order_relaxed);
-        while (end < before && !end_.compare_exchange_weak(before, end)) {
+    void add(const FileToRead& file) {
+        const std::lock_guard lock(mutex_);
+        files_.push_back(file);
+        if (files_.size() % shareSize == 0) {
+            changed_.notify_one();
         }
     }
 
+    // There are no more.
+    void complete() {
+        const std::lock_guard lock(mutex_);
+        isComplete_ = true;
+        changed_.notify_all();
+    }
+
+    // Waits until there is a whole share. Nothing when all are dealt out.
+    std::optional<Share> take() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] {
+            return isComplete_ || next_ + shareSize <= files_.size() || !isWanted(next_);
+        });
+        if (next_ >= files_.size() || !isWanted(next_)) {
+            return std::nullopt;
+        }
+        Share share;
+        share.number = next_;
+        share.count = std::min(shareSize, files_.size() - next_);
+        std::copy_n(files_.begin() + static_cast<std::ptrdiff_t>(next_), share.count,
+            share.files.begin());
+        next_ += share.count;
+        return share;
+    }
+
+    bool isWanted(std::size_t number) const { return number < end_; }
+
+    // No file is wanted any more whose number is not below this one.
+    void endAt(std::size_t end) {
+        const std::lock_guard lock(mutex_);
+        end_ = std::min<std::size_t>(end_, end);
+        changed_.notify_all();
+    }
+
   private:
-    std::atomic<std::size_t> next_{0};
-    std::atomic<std::size_t> end_;
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<FileToRead> files_;
+    std::size_t next_ = 0;
+    bool isComplete_ = false;
+    std::atomic<std::size_t> end_ = SIZE_MAX;
+};
+
+// How often the calling thread has waited for something since it began; nothing where the system
+// does not count.
+std::optional<long> waitsSoFar() {
+#ifdef RUSAGE_THREAD
+    struct rusage usage = {};
+    if (::getrusage(RUSAGE_THREAD, &usage) == 0) {
+        return usage.ru_nvcsw;
+    }
+#endif
+    return std::nullopt;
+}
+
+// Tells from a few files at a time whether they come from memory or from a disk.
+class DiskWatch {
+  public:
+    // To be asked after each file.
+    bool hadToWait() {
+        if (++files_ % filesAtATime != 0) {
+            return false;
+        }
+        const long before = waits_;
+        waits_ = waitsSoFar().value_or(before);
+        return waits_ - before >= filesAtATime / 4;
+    }
+
+  private:
+    static constexpr long filesAtATime = 16;
+
+    long files_ = 0;
+    long waits_ = waitsSoFar().value_or(0);
 };
 
 class Reading {
   public:
-    Reading(std::span<const FileToRead> files, const FileVisit& visit)
-        : files_(files)
+    Reading(const ReadingThreads& threads, const FileVisit& visit)
+        : limits_(threads)
         , visit_(visit)
-        , numbers_(files.size()) {}
+        , isSlow_(!waitsSoFar())
+        , others_([this] { readShares([] {}); }) {}
 
-    void run(std::size_t threads) {
-        callFromThreads(threads, [this] { readNumbers(); });
+    void run(const FileList& list) {
+        try {
+            list([this](const FileToRead& file) {
+                queue_.add(file);
+                ++count_;
+                callOthers();
+            });
+        } catch (...) {
+            queue_.endAt(0);
+            throw;
+        }
+        queue_.complete();
+        readShares([this] { callOthers(); });
+        others_.join();
         readPostponed();
     }
 
   private:
-    void readNumbers() {
+    // Only from the thread that has made this.
+    void callOthers() {
+        const std::size_t most = isSlow_ ? limits_.most : std::min(limits_.atFirst, limits_.most);
+        others_.growTo(std::clamp<std::size_t>(count_ / limits_.filesForEach, 1, most) - 1);
+    }
+
+    template <class AfterEach>
+    void readShares(AfterEach afterEach) {
         FileReader reader(&largeFiles_);
+        DiskWatch disk;
         try {
-            while (const auto number = numbers_.next()) {
-                if (!read(*number, reader)) {
-                    const std::lock_guard lock(postponing_);
-                    postponed_.push_back(*number);
+            while (const auto share = queue_.take()) {
+                for (std::size_t i = 0; i < share->count; ++i) {
+                    read(share->files[i], share->number + i, reader);
+                    isSlow_ = isSlow_ || disk.hadToWait();
+                    afterEach();
                 }
             }
         } catch (...) {
-            numbers_.endAt(0);
+            queue_.endAt(0);
             throw;
+        }
+    }
+
+    // When there are too many open files for one more it waits until it is alone.
+    void read(const FileToRead& file, std::size_t number, FileReader& reader) {
+        if (!queue_.isWanted(number)) {
+            return;
+        }
+        errno = 0;
+        const auto text = reader.read(*file.folder, *file.entry);
+        if (text) {
+            visit(number, *text);
+        } else if (errno == EMFILE || errno == ENFILE) {
+            const std::lock_guard lock(postponing_);
+            postponed_.emplace_back(number, file);
         }
     }
 
     // Alone, one descriptor is enough.
     void readPostponed() {
         FileReader reader;
-        std::sort(postponed_.begin(), postponed_.end());
-        for (const std::size_t number : postponed_) {
-            if (numbers_.isWanted(number)) {
-                read(number, reader);
+        std::sort(postponed_.begin(), postponed_.end(),
+            [](const auto& left, const auto& right) { return left.first < right.first; });
+        for (const auto& [number, file] : postponed_) {
+            const auto text = queue_.isWanted(number) ? reader.read(*file.folder, *file.entry)
+                                                      : std::nullopt;
+            if (text) {
+                visit(number, *text);
             }
         }
     }
 
-    // False when there were too many open files for one more.
-    bool read(std::size_t number, FileReader& reader) {
-        errno = 0;
-        const auto text = reader.read(*files_[number].folder, *files_[number].entry);
-        if (!text) {
-            return errno != EMFILE && errno != ENFILE;
+    void visit(std::size_t number, std::string_view text) {
+        if (!visit_(number, text)) {
+            queue_.endAt(number);
         }
-        if (!visit_(number, *text)) {
-            numbers_.endAt(number);
-        }
-        return true;
     }
 
-    std::span<const FileToRead> files_;
+    const ReadingThreads& limits_;
     const FileVisit& visit_;
-    Numbers numbers_;
+    FileQueue queue_;
+    std::size_t count_ = 0;
+    // Some thread has had to wait for a disk.
+    std::atomic<bool> isSlow_;
     std::mutex largeFiles_;
     std::mutex postponing_;
-    std::vector<std::size_t> postponed_;
+    std::vector<std::pair<std::size_t, FileToRead>> postponed_;
+    // The last, so that they end before the rest goes.
+    Threads others_;
 };
 
 } // namespace
 
-void readFiles(
-    std::span<const FileToRead> files, const ReadingThreads& threads, const FileVisit& visit) {
-    Reading(files, visit)
-        .run(std::clamp<std::size_t>(files.size() / threads.filesForEach, 1, threads.most));
+void readFiles(const FileList& list, const ReadingThreads& threads, const FileVisit& visit) {
+    Reading(threads, visit).run(list);
 }
 
 } // namespace quenbrook::platform::vdir

@@ -3,9 +3,7 @@
 #include "platform/SystemCall.h"
 
 #include <algorithm>
-#include <memory>
 
-#include <dirent.h>
 #include <fcntl.h>
 
 namespace quenbrook::platform::vdir {
@@ -16,11 +14,6 @@ constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr int fileFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 constexpr std::size_t firstRead = std::size_t{64} << 10;
 
-struct CloseDirectory {
-    void operator()(DIR* directory) const { ::closedir(directory); }
-};
-using Directory = std::unique_ptr<DIR, CloseDirectory>;
-
 FolderEntry::Kind kindOf(mode_t mode) {
     if (S_ISREG(mode)) {
         return FolderEntry::Kind::file;
@@ -28,7 +21,7 @@ FolderEntry::Kind kindOf(mode_t mode) {
     return S_ISDIR(mode) ? FolderEntry::Kind::folder : FolderEntry::Kind::other;
 }
 
-FolderEntry entryOf(const Folder& folder, const dirent& item) {
+FolderEntry entryOf(int folder, const dirent& item) {
     if (item.d_type == DT_REG) {
         return {item.d_name, FolderEntry::Kind::file, false};
     }
@@ -40,8 +33,8 @@ FolderEntry entryOf(const Folder& folder, const dirent& item) {
     }
     struct stat link = {};
     struct stat target = {};
-    if (::fstatat(folder.descriptor(), item.d_name, &link, AT_SYMLINK_NOFOLLOW) != 0 ||
-        ::fstatat(folder.descriptor(), item.d_name, &target, 0) != 0) {
+    if (::fstatat(folder, item.d_name, &link, AT_SYMLINK_NOFOLLOW) != 0 ||
+        ::fstatat(folder, item.d_name, &target, 0) != 0) {
         return {item.d_name, FolderEntry::Kind::other, item.d_type == DT_LNK};
     }
     return {item.d_name, kindOf(target.st_mode), S_ISLNK(link.st_mode)};
@@ -74,6 +67,16 @@ bool readRest(int descriptor, std::string& buffer, std::size_t limit) {
 
 } // namespace
 
+std::optional<FolderEntry> FolderListing::next() {
+    while (const dirent* item = stream_ ? ::readdir(stream_.get()) : nullptr) {
+        if (item->d_name[0] != '.') {
+            return entryOf(::dirfd(stream_.get()), *item);
+        }
+    }
+    stream_.reset();
+    return std::nullopt;
+}
+
 std::optional<Folder> Folder::open(const std::string& path) {
     FileDescriptor descriptor(uninterrupted([&] { return ::open(path.c_str(), folderFlags); }));
     return descriptor.isOpen() ? std::optional(Folder(std::move(descriptor))) : std::nullopt;
@@ -85,19 +88,22 @@ std::optional<Folder> Folder::openFolder(const std::string& name) const {
     return opened.isOpen() ? std::optional(Folder(std::move(opened))) : std::nullopt;
 }
 
-std::vector<FolderEntry> Folder::entries() const {
-    std::vector<FolderEntry> found;
+std::optional<FolderListing> Folder::list() const {
     // The stream takes its descriptor over and moves its position, so it gets one of its own.
     FileDescriptor own(uninterrupted([&] { return ::openat(descriptor(), ".", folderFlags); }));
-    const Directory directory(own.isOpen() ? ::fdopendir(own.get()) : nullptr);
-    if (!directory) {
-        return found;
+    DIR* const stream = own.isOpen() ? ::fdopendir(own.get()) : nullptr;
+    if (stream == nullptr) {
+        return std::nullopt;
     }
     own.release();
-    while (const dirent* item = ::readdir(directory.get())) {
-        if (item->d_name[0] != '.') {
-            found.push_back(entryOf(*this, *item));
-        }
+    return FolderListing(stream);
+}
+
+std::vector<FolderEntry> Folder::entries() const {
+    std::vector<FolderEntry> found;
+    auto listing = list();
+    for (auto entry = listing ? listing->next() : std::nullopt; entry; entry = listing->next()) {
+        found.push_back(std::move(*entry));
     }
     return found;
 }

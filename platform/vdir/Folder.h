@@ -2,12 +2,14 @@
 
 #include "platform/FileDescriptor.h"
 
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include <dirent.h>
 #include <sys/stat.h>
 
 namespace quenbrook::platform::vdir {
@@ -21,6 +23,26 @@ struct FolderEntry {
     bool isLink = false;
 };
 
+// What is in a folder, entry after entry, in no particular order and without names that begin with a
+// dot. It has a descriptor of its own, up to its end.
+class FolderListing {
+  public:
+    // Nothing at the end, or when no more can be read.
+    std::optional<FolderEntry> next();
+
+  private:
+    friend class Folder;
+
+    struct Close {
+        void operator()(DIR* stream) const { ::closedir(stream); }
+    };
+
+    explicit FolderListing(DIR* stream)
+        : stream_(stream) {}
+
+    std::unique_ptr<DIR, Close> stream_;
+};
+
 // An open folder. Names are looked up in it without building paths; nothing that is opened here
 // can make the program wait, be it a FIFO or a device.
 class Folder {
@@ -31,8 +53,9 @@ class Folder {
 
     int descriptor() const { return descriptor_.get(); }
 
-    // Everything but names that begin with a dot, in no particular order. As much as can be read;
-    // errno tells why when that is nothing, and is not touched otherwise.
+    // Nothing when it cannot be listed; errno tells why.
+    std::optional<FolderListing> list() const;
+    // The whole listing, or as much as can be read.
     std::vector<FolderEntry> entries() const;
 
     // Whether this process may add, replace and remove files.

@@ -1,11 +1,10 @@
 #include "platform/vdir/Threads.h"
 
-#include <exception>
-#include <mutex>
-#include <optional>
-#include <vector>
+#include <utility>
 
-#include <pthread.h>
+#ifdef __linux__
+#include <sched.h>
+#endif
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
@@ -20,39 +19,6 @@ constexpr std::size_t stackSize = std::size_t{1} << 20;
 // Each arena takes 64 MiB of the address space, which may be limited, and keeps what was freed in
 // it to itself.
 [[maybe_unused]] constexpr int mostArenas = 3;
-
-class SharedWork {
-  public:
-    explicit SharedWork(const std::function<void()>& work)
-        : work_(work) {}
-
-    // An exception must not leave a thread; it is kept for the thread that waits for this one.
-    void call() noexcept {
-        try {
-            work_();
-        } catch (...) {
-            const std::lock_guard lock(mutex_);
-            failure_ = std::current_exception();
-        }
-    }
-
-    // Once no call is under way any more.
-    void rethrow() const {
-        if (failure_) {
-            std::rethrow_exception(failure_);
-        }
-    }
-
-  private:
-    const std::function<void()>& work_;
-    std::mutex mutex_;
-    std::exception_ptr failure_;
-};
-
-extern "C" void* callSharedWork(void* work) {
-    static_cast<SharedWork*>(work)->call();
-    return nullptr;
-}
 
 class ThreadAttributes {
   public:
@@ -70,48 +36,69 @@ class ThreadAttributes {
     pthread_attr_t attributes_{};
 };
 
-// Threads that work, until this goes.
-class Helpers {
-  public:
-    Helpers(std::size_t count, SharedWork& work) {
-        threads_.reserve(count);
-        const ThreadAttributes attributes;
-        pthread_t thread{};
-        while (threads_.size() < count &&
-               ::pthread_create(&thread, attributes.get(), callSharedWork, &work) == 0) {
-            threads_.push_back(thread);
-        }
-    }
-    Helpers(const Helpers&) = delete;
-    Helpers& operator=(const Helpers&) = delete;
-    ~Helpers() {
-        for (const pthread_t thread : threads_) {
-            ::pthread_join(thread, nullptr);
-        }
-    }
-
-  private:
-    std::vector<pthread_t> threads_;
-};
-
 void limitArenas() {
 #ifdef __GLIBC__
     ::mallopt(M_ARENA_MAX, mostArenas);
 #endif
 }
 
+// Threads that share a table of descriptors wait for each other at each file that one of them opens
+// or closes. The thread sanitizer knows of one table only.
+void useOwnDescriptors() {
+#if defined(__linux__) && !defined(__SANITIZE_THREAD__)
+    ::unshare(CLONE_FILES);
+#endif
+}
+
 } // namespace
 
-void callFromThreads(std::size_t threads, const std::function<void()>& work) {
-    SharedWork shared(work);
-    if (threads > 1) {
-        limitArenas();
-        const Helpers helpers(threads - 1, shared);
-        shared.call();
-    } else {
-        shared.call();
+void* runThread(void* threads) {
+    auto* const self = static_cast<Threads*>(threads);
+    useOwnDescriptors();
+    // An exception must not leave a thread; it is kept for the thread that waits for this one.
+    try {
+        self->work_();
+    } catch (...) {
+        const std::lock_guard lock(self->failing_);
+        self->failure_ = std::current_exception();
     }
-    shared.rethrow();
+    return nullptr;
+}
+
+Threads::Threads(std::function<void()> work)
+    : work_(std::move(work)) {
+}
+
+Threads::~Threads() {
+    wait();
+}
+
+void Threads::growTo(std::size_t count) {
+    if (count <= running_.size()) {
+        return;
+    }
+    limitArenas();
+    running_.reserve(count);
+    const ThreadAttributes attributes;
+    pthread_t thread{};
+    while (running_.size() < count &&
+           ::pthread_create(&thread, attributes.get(), runThread, this) == 0) {
+        running_.push_back(thread);
+    }
+}
+
+void Threads::join() {
+    wait();
+    if (failure_) {
+        std::rethrow_exception(failure_);
+    }
+}
+
+void Threads::wait() {
+    for (const pthread_t thread : running_) {
+        ::pthread_join(thread, nullptr);
+    }
+    running_.clear();
 }
 
 } // namespace quenbrook::platform::vdir

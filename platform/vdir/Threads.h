@@ -1,13 +1,43 @@
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <functional>
+#include <mutex>
+#include <vector>
+
+#include <pthread.h>
 
 namespace quenbrook::platform::vdir {
 
-// Calls `work` from this thread and from up to `threads` - 1 others at the same time, and returns
-// when every call has. What the system does not let start is done without, so that each call must
-// be ready to do all there is to do. Throws what a call has thrown; of several, one.
-void callFromThreads(std::size_t threads, const std::function<void()>& work);
+// Threads that do the same work, each once, beside the one that has made this and is the only one to
+// call its members. How many there are is for the system to say: what it does not let start is done
+// without, so that the work must be such that any number of threads does all of it.
+//
+// What was open when a thread started is open in it; what it opens may be open in that thread alone.
+class Threads {
+  public:
+    explicit Threads(std::function<void()> work);
+    Threads(const Threads&) = delete;
+    Threads& operator=(const Threads&) = delete;
+    // Waits for them.
+    ~Threads();
+
+    // Starts as many as are missing to `count`.
+    void growTo(std::size_t count);
+
+    // Waits for them, and throws what the work has thrown in them; of several, one.
+    void join();
+
+  private:
+    friend void* runThread(void* threads);
+
+    void wait();
+
+    std::function<void()> work_;
+    std::vector<pthread_t> running_;
+    std::mutex failing_;
+    std::exception_ptr failure_;
+};
 
 } // namespace quenbrook::platform::vdir

@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <deque>
+#include <map>
 #include <mutex>
 #include <span>
 #include <system_error>
@@ -32,7 +34,7 @@ constexpr char identifierSeparator = ':';
 // systems tell another identity each time, and the loop must end there too.
 constexpr int maximumAttempts = 100;
 
-// How many calendars are read together, each with a descriptor of its own.
+// How many calendars are read together, each with two descriptors of its own.
 constexpr std::size_t foldersTogether = 64;
 
 struct VdirHandle : EventHandle {
@@ -102,12 +104,8 @@ bool isPlainName(std::string_view text) {
            text.find_first_not_of(allowed) == std::string_view::npos;
 }
 
-std::vector<FolderEntry> eventFiles(const Folder& folder) {
-    std::vector<FolderEntry> files = folder.entries();
-    std::erase_if(files, [](const FolderEntry& entry) {
-        return entry.kind != FolderEntry::Kind::file || !entry.name.ends_with(eventSuffix);
-    });
-    return files;
+bool isEventFile(const FolderEntry& entry) {
+    return entry.kind == FolderEntry::Kind::file && entry.name.ends_with(eventSuffix);
 }
 
 // What is written must not be more than a reader takes.
@@ -251,11 +249,16 @@ class VdirStore : public CalendarStore {
         std::string file;
     };
 
-    // A calendar whose files are about to be read.
+    // A calendar whose files are about to be listed and read.
     struct OpenFolder {
         const CalendarFolder* calendar;
         Folder folder;
-        std::vector<FolderEntry> files;
+        FolderListing listing;
+    };
+
+    struct ListedFile {
+        const CalendarFolder* calendar;
+        FolderEntry entry;
     };
 
     // Makes the root on the first run.
@@ -302,38 +305,41 @@ class VdirStore : public CalendarStore {
     // Nothing when it cannot be opened and listed, for want of descriptors even.
     std::optional<OpenFolder> openToRead(const CalendarFolder& calendar) const {
         std::optional<Folder> opened = open(calendar);
-        if (!opened) {
-            return std::nullopt;
-        }
-        errno = 0;
-        std::vector<FolderEntry> files = eventFiles(*opened);
-        if (errno == EMFILE || errno == ENFILE) {
-            return std::nullopt;
-        }
-        return OpenFolder{&calendar, std::move(*opened), std::move(files)};
+        auto listing = opened ? opened->list() : std::nullopt;
+        return listing ? std::optional<OpenFolder>(
+                             {&calendar, std::move(*opened), std::move(*listing)})
+                       : std::nullopt;
     }
 
-    // Appends what the query finds in these folders, in the order in which they were listed.
-    void find(const icalendar::RangeQuery& query, std::span<const OpenFolder> folders,
+    // Appends what the query finds in these folders, in the order in which they are listed.
+    void find(const icalendar::RangeQuery& query, std::span<OpenFolder> folders,
         std::vector<FoundOccurrence>& found) const {
-        std::vector<FileToRead> files;
-        std::vector<const CalendarFolder*> calendars;
-        for (const OpenFolder& folder : folders) {
-            for (const FolderEntry& file : folder.files) {
-                files.push_back({&folder.folder, &file});
-                calendars.push_back(folder.calendar);
+        // Its elements stay where they are.
+        std::deque<ListedFile> files;
+        const auto list = [&](const auto& take) {
+            for (OpenFolder& folder : folders) {
+                while (auto entry = folder.listing.next()) {
+                    if (isEventFile(*entry)) {
+                        files.push_back({folder.calendar, std::move(*entry)});
+                        take({&folder.folder, &files.back().entry});
+                    }
+                }
             }
-        }
-        std::vector<std::vector<FoundOccurrence>> occurrences(files.size());
-        readFiles(files, threads_, [&](std::size_t index, std::string_view text) {
-            occurrences[index] = query.occurrencesIn(text);
+        };
+        std::mutex finding;
+        std::map<std::size_t, std::vector<FoundOccurrence>> occurrences;
+        readFiles(list, threads_, [&](std::size_t number, std::string_view text) {
+            if (auto inFile = query.occurrencesIn(text); !inFile.empty()) {
+                const std::lock_guard lock(finding);
+                occurrences.emplace(number, std::move(inFile));
+            }
             return true;
         });
-        for (std::size_t i = 0; i < files.size(); ++i) {
-            for (FoundOccurrence& occurrence : occurrences[i]) {
-                icalendar::FoundEvent& event = *occurrence.event;
-                if (!event.event.identifier) {
-                    complete(event, *calendars[i], files[i].entry->name);
+        for (auto& [number, inFile] : occurrences) {
+            const ListedFile& file = files[number];
+            for (FoundOccurrence& occurrence : inFile) {
+                if (!occurrence.event->event.identifier) {
+                    complete(*occurrence.event, *file.calendar, file.entry.name);
                 }
                 found.push_back(std::move(occurrence));
             }
@@ -350,7 +356,8 @@ class VdirStore : public CalendarStore {
                 return found;
             }
         }
-        std::vector<FolderEntry> files = eventFiles(folder);
+        std::vector<FolderEntry> files = folder.entries();
+        std::erase_if(files, [](const FolderEntry& entry) { return !isEventFile(entry); });
         std::sort(
             files.begin(), files.end(), [](const FolderEntry& left, const FolderEntry& right) {
                 return left.name < right.name;
@@ -361,22 +368,22 @@ class VdirStore : public CalendarStore {
     // What the first of the files has that has it.
     std::optional<SearchResult> searchIn(
         const Folder& folder, std::span<const FolderEntry> entries, std::string_view uid) const {
-        std::vector<FileToRead> files;
-        files.reserve(entries.size());
-        for (const FolderEntry& entry : entries) {
-            files.push_back({&folder, &entry});
-        }
+        const auto list = [&](const auto& take) {
+            for (const FolderEntry& entry : entries) {
+                take({&folder, &entry});
+            }
+        };
         std::mutex finding;
-        std::size_t first = files.size();
+        std::size_t first = entries.size();
         std::optional<icalendar::FoundEvent> found;
-        readFiles(files, threads_, [&](std::size_t index, std::string_view text) {
+        readFiles(list, threads_, [&](std::size_t number, std::string_view text) {
             auto event = icalendar::findEvent(text, uid);
             const std::lock_guard lock(finding);
-            if (event && index < first) {
-                first = index;
+            if (event && number < first) {
+                first = number;
                 found = std::move(event);
             }
-            return index < first;
+            return number < first;
         });
         return found ? std::optional(SearchResult{std::move(*found), entries[first].name})
                      : std::nullopt;

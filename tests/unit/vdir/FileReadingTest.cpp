@@ -19,8 +19,8 @@
 namespace quenbrook::platform::vdir {
 namespace {
 
-constexpr ReadingThreads many = {.most = 8, .filesForEach = 1};
-constexpr ReadingThreads one = {.most = 1, .filesForEach = 1};
+constexpr ReadingThreads many = {.atFirst = 8, .most = 8, .filesForEach = 1};
+constexpr ReadingThreads one = {.atFirst = 1, .most = 1, .filesForEach = 1};
 // Does not come whole with one call.
 constexpr std::size_t large = std::size_t{200} << 10;
 // Far more than anything takes: what never comes is to fail, not to hang.
@@ -38,11 +38,13 @@ class FileReading : public testing::Test {
 
     void read(const ReadingThreads& threads, const FileVisit& visit) const {
         const Folder folder = files_.open();
-        std::vector<FileToRead> files;
-        for (const FolderEntry& entry : entries_) {
-            files.push_back({&folder, &entry});
-        }
-        readFiles(files, threads, visit);
+        readFiles(
+            [&](const auto& take) {
+                for (const FolderEntry& entry : entries_) {
+                    take({&folder, &entry});
+                }
+            },
+            threads, visit);
     }
 
     test::Files files_;
@@ -89,6 +91,31 @@ TEST_F(FileReading, StartsNoThreadForFewFiles) {
         return true;
     });
     EXPECT_EQ(threads, std::set{std::this_thread::get_id()});
+}
+
+TEST_F(FileReading, GetsHelpAsSoonAsItHasToWait) {
+    write(1000, 10);
+    std::mutex mutex;
+    std::set<std::thread::id> threads;
+    read({.atFirst = 1, .most = 8, .filesForEach = 1}, [&](std::size_t, std::string_view) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        const std::lock_guard lock(mutex);
+        threads.insert(std::this_thread::get_id());
+        return true;
+    });
+    EXPECT_EQ(threads.size(), 8U);
+}
+
+TEST_F(FileReading, DoesWithoutHelpWhileItNeverWaits) {
+#ifdef RUSAGE_THREAD
+    write(1000, 10);
+    std::set<std::thread::id> threads;
+    read({.atFirst = 1, .most = 8, .filesForEach = 1}, [&](std::size_t, std::string_view) {
+        threads.insert(std::this_thread::get_id());
+        return true;
+    });
+    EXPECT_EQ(threads, std::set{std::this_thread::get_id()});
+#endif
 }
 
 TEST_F(FileReading, VisitsOtherFilesWhileOneIsVisited) {

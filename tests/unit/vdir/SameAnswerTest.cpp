@@ -14,7 +14,7 @@ namespace quenbrook::platform::vdir {
 namespace {
 
 constexpr std::array<ReadingThreads, 2> crowds = {
-    {{.most = 2, .filesForEach = 3}, {.most = 8, .filesForEach = 1}}};
+    {{.atFirst = 2, .most = 2, .filesForEach = 3}, {.atFirst = 8, .most = 8, .filesForEach = 1}}};
 
 #ifdef __SANITIZE_THREAD__
 // Ten times as slow there, and what that looks for shows in a few.
@@ -36,7 +36,8 @@ std::string answerOf(const std::filesystem::path& root, ReadingThreads threads,
 // The answer of one thread, which is that of many.
 std::string sameAnswer(
     const std::filesystem::path& root, std::string_view word, const std::string& request) {
-    const std::string alone = answerOf(root, {.most = 1, .filesForEach = 1}, word, request);
+    const std::string alone =
+        answerOf(root, {.atFirst = 1, .most = 1, .filesForEach = 1}, word, request);
     for (const ReadingThreads& crowd : crowds) {
         EXPECT_EQ(answerOf(root, crowd, word, request), alone);
     }
