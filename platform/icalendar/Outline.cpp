@@ -24,8 +24,8 @@ bool isOutermost(std::string_view name) {
         [&](std::string_view each) { return equalsIgnoringCase(each, name); });
 }
 
-// Tells by the first two bytes of a line whether it can be one of those that count. It may count one
-// too many, and its name may be folded behind its first letter.
+// Tells by the first two bytes of a line whether it can be one of those that count. It may count
+// one too many, and its name may be folded behind its first letter.
 class LineFilter {
   public:
     consteval LineFilter(std::initializer_list<std::string_view> beginnings) {

@@ -17,14 +17,17 @@
 namespace quenbrook::platform::vdir {
 namespace {
 
-// How many files a thread takes at a time: few, so that all threads end together.
-constexpr std::size_t shareSize = 4;
+// How many files a thread takes at a time; fewer towards the end, so that all threads end together.
+constexpr std::size_t mostInShare = 4;
+constexpr std::size_t sharesAhead = 32;
 
 struct Share {
-    std::array<FileToRead, shareSize> files{};
+    std::array<FileToRead, mostInShare> files{};
     std::size_t count = 0;
     // Of the first one.
     std::size_t number = 0;
+    // It was not there yet when it was asked for.
+    bool cameLate = false;
 };
 
 // Deals out the files while they are being named, each of them once.
@@ -33,9 +36,7 @@ class FileQueue {
     void add(const FileToRead& file) {
         const std::lock_guard lock(mutex_);
         files_.push_back(file);
-        if (files_.size() % shareSize == 0) {
-            changed_.notify_one();
-        }
+        changed_.notify_one();
     }
 
     // There are no more.
@@ -45,20 +46,22 @@ class FileQueue {
         changed_.notify_all();
     }
 
-    // Waits until there is a whole share. Nothing when all are dealt out.
+    // Waits until there is a file. Nothing when all are dealt out.
     std::optional<Share> take() {
         std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] {
-            return isComplete_ || next_ + shareSize <= files_.size() || !isWanted(next_);
-        });
-        if (next_ >= files_.size() || !isWanted(next_)) {
+        Share share;
+        while (!isComplete_ && next_ == files_.size() && isWanted(next_)) {
+            share.cameLate = true;
+            changed_.wait(lock);
+        }
+        const std::size_t left = files_.size() - next_;
+        if (left == 0 || !isWanted(next_)) {
             return std::nullopt;
         }
-        Share share;
         share.number = next_;
-        share.count = std::min(shareSize, files_.size() - next_);
-        std::copy_n(files_.begin() + static_cast<std::ptrdiff_t>(next_), share.count,
-            share.files.begin());
+        share.count = std::clamp<std::size_t>(left / sharesAhead, 1, mostInShare);
+        std::copy_n(
+            files_.begin() + static_cast<std::ptrdiff_t>(next_), share.count, share.files.begin());
         next_ += share.count;
         return share;
     }
@@ -106,6 +109,9 @@ class DiskWatch {
         return waits_ - before >= filesAtATime / 4;
     }
 
+    // For waits that were not for a disk.
+    void startAfresh() { *this = DiskWatch(); }
+
   private:
     static constexpr long filesAtATime = 16;
 
@@ -151,6 +157,9 @@ class Reading {
         DiskWatch disk;
         try {
             while (const auto share = queue_.take()) {
+                if (share->cameLate) {
+                    disk.startAfresh();
+                }
                 for (std::size_t i = 0; i < share->count; ++i) {
                     read(share->files[i], share->number + i, reader);
                     isSlow_ = isSlow_ || disk.hadToWait();
@@ -184,8 +193,8 @@ class Reading {
         std::sort(postponed_.begin(), postponed_.end(),
             [](const auto& left, const auto& right) { return left.first < right.first; });
         for (const auto& [number, file] : postponed_) {
-            const auto text = queue_.isWanted(number) ? reader.read(*file.folder, *file.entry)
-                                                      : std::nullopt;
+            const auto text =
+                queue_.isWanted(number) ? reader.read(*file.folder, *file.entry) : std::nullopt;
             if (text) {
                 visit(number, *text);
             }

@@ -36,8 +36,8 @@ using FileVisit = std::function<bool(std::size_t number, std::string_view text)>
 
 // Has every file visited that can be read, by several threads at once and in no particular order,
 // the first while others are still being named; of large files one at a time. Behind a file whose
-// visit says that no more are wanted some may be visited nevertheless, and all before it are. Throws
-// what the list or a visit throws.
+// visit says that no more are wanted some may be visited nevertheless, and all before it are.
+// Throws what the list or a visit throws.
 void readFiles(const FileList& list, const ReadingThreads& threads, const FileVisit& visit);
 
 } // namespace quenbrook::platform::vdir

@@ -23,8 +23,8 @@ struct FolderEntry {
     bool isLink = false;
 };
 
-// What is in a folder, entry after entry, in no particular order and without names that begin with a
-// dot. It has a descriptor of its own, up to its end.
+// What is in a folder, entry after entry, in no particular order and without names that begin with
+// a dot. It has a descriptor of its own, up to its end.
 class FolderListing {
   public:
     // Nothing at the end, or when no more can be read.

@@ -66,24 +66,25 @@ void* runThread(void* threads) {
 }
 
 Threads::Threads(std::function<void()> work)
-    : work_(std::move(work)) {
-}
+    : work_(std::move(work)) {}
 
 Threads::~Threads() {
     wait();
 }
 
 void Threads::growTo(std::size_t count) {
-    if (count <= running_.size()) {
+    if (count <= running_.size() || isRefused_) {
         return;
     }
     limitArenas();
     running_.reserve(count);
     const ThreadAttributes attributes;
     pthread_t thread{};
-    while (running_.size() < count &&
-           ::pthread_create(&thread, attributes.get(), runThread, this) == 0) {
-        running_.push_back(thread);
+    while (running_.size() < count && !isRefused_) {
+        isRefused_ = ::pthread_create(&thread, attributes.get(), runThread, this) != 0;
+        if (!isRefused_) {
+            running_.push_back(thread);
+        }
     }
 }
 

@@ -10,11 +10,12 @@
 
 namespace quenbrook::platform::vdir {
 
-// Threads that do the same work, each once, beside the one that has made this and is the only one to
-// call its members. How many there are is for the system to say: what it does not let start is done
-// without, so that the work must be such that any number of threads does all of it.
+// Threads that do the same work, each once, beside the one that has made this and is the only one
+// to call its members. How many there are is for the system to say: what it does not let start is
+// done without, so that the work must be such that any number of threads does all of it.
 //
-// What was open when a thread started is open in it; what it opens may be open in that thread alone.
+// What was open when a thread started is open in it; what it opens may be open in that thread
+// alone.
 class Threads {
   public:
     explicit Threads(std::function<void()> work);
@@ -23,7 +24,7 @@ class Threads {
     // Waits for them.
     ~Threads();
 
-    // Starts as many as are missing to `count`.
+    // Starts as many as are missing to `count`; none any more once the system has refused one.
     void growTo(std::size_t count);
 
     // Waits for them, and throws what the work has thrown in them; of several, one.
@@ -36,6 +37,7 @@ class Threads {
 
     std::function<void()> work_;
     std::vector<pthread_t> running_;
+    bool isRefused_ = false;
     std::mutex failing_;
     std::exception_ptr failure_;
 };

@@ -125,7 +125,7 @@ auto refusedOnSystemError(Write write) -> decltype(write()) {
 
 class VdirStore : public CalendarStore {
   public:
-    VdirStore(std::optional<std::filesystem::path> root, ReadingThreads threads)
+    VdirStore(std::optional<std::filesystem::path> root, const ReadingThreads& threads)
         : path_(std::move(root))
         , threads_(threads) {}
 
@@ -306,9 +306,9 @@ class VdirStore : public CalendarStore {
     std::optional<OpenFolder> openToRead(const CalendarFolder& calendar) const {
         std::optional<Folder> opened = open(calendar);
         auto listing = opened ? opened->list() : std::nullopt;
-        return listing ? std::optional<OpenFolder>(
-                             {&calendar, std::move(*opened), std::move(*listing)})
-                       : std::nullopt;
+        return listing
+                   ? std::optional<OpenFolder>({&calendar, std::move(*opened), std::move(*listing)})
+                   : std::nullopt;
     }
 
     // Appends what the query finds in these folders, in the order in which they are listed.
@@ -448,7 +448,7 @@ class VdirStore : public CalendarStore {
 } // namespace
 
 std::unique_ptr<CalendarStore> openVdirStore(
-    std::optional<std::filesystem::path> root, ReadingThreads threads) {
+    std::optional<std::filesystem::path> root, const ReadingThreads& threads) {
     return std::make_unique<VdirStore>(std::move(root), threads);
 }
 

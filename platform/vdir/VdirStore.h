@@ -14,6 +14,6 @@ namespace quenbrook::platform::vdir {
 // the first operation; the calendars are listed once, by the first operation that needs them. What
 // is found does not depend on the number of threads.
 std::unique_ptr<CalendarStore> openVdirStore(
-    std::optional<std::filesystem::path> root, ReadingThreads threads = {});
+    std::optional<std::filesystem::path> root, const ReadingThreads& threads = {});
 
 } // namespace quenbrook::platform::vdir

@@ -19,7 +19,8 @@ struct ContentLine {
     std::string_view value;
 };
 
-// Where the name at the beginning of an unfolded line ends: at the first ";" or ":", or with the line.
+// Where the name at the beginning of an unfolded line ends: at the first ";" or ":", or with the
+// line.
 inline std::size_t nameLength(std::string_view line) {
     std::size_t length = 0;
     while (length < line.size() && line[length] != ';' && line[length] != ':') {
@@ -74,7 +75,6 @@ std::string foldLine(std::string_view line, std::string_view lineEnd);
 struct PhysicalLine {
     std::string_view text;
     std::size_t next;
-
 };
 std::optional<PhysicalLine> physicalLineAt(std::string_view text, std::size_t position);
 
