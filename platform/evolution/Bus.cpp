@@ -1,7 +1,8 @@
 #include "platform/evolution/Bus.h"
 
+#include "platform/evolution/Environment.h"
+
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 #include <utility>
 
@@ -34,8 +35,6 @@ struct PendingCall::State {
 
 namespace {
 
-const Target busItself{DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS};
-
 struct Unref {
     void operator()(DBusMessage* message) const { ::dbus_message_unref(message); }
 };
@@ -63,18 +62,13 @@ void handleAnswer(DBusPendingCall* call, void* pending) {
     }
 }
 
-std::string environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value == nullptr ? std::string() : value;
-}
-
 // Of the bus that this process belongs to; none is ever started.
 std::string busAddress() {
-    std::string address = environment("DBUS_SESSION_BUS_ADDRESS");
+    std::string address(environment("DBUS_SESSION_BUS_ADDRESS"));
     if (address.starts_with("autolaunch:")) {
         address.clear();
     }
-    const std::string folder = environment("XDG_RUNTIME_DIR");
+    const std::string folder(environment("XDG_RUNTIME_DIR"));
     if (address.empty() && folder.starts_with('/')) {
         char* escaped = ::dbus_address_escape_value((folder + "/bus").c_str());
         address = std::string("unix:path=") + (escaped == nullptr ? "" : escaped);

@@ -24,6 +24,8 @@ struct Target {
     std::string interface;
 };
 
+inline const Target busItself{DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS};
+
 // The answer to a call, or what it ended in instead.
 using Outcome = std::variant<Message, BusError>;
 

@@ -16,7 +16,7 @@ namespace {
 
 namespace filesystem = std::filesystem;
 
-constexpr std::chrono::milliseconds pause{2};
+constexpr std::chrono::milliseconds pauseForLock{2};
 
 // An absolute path that a variable holds; empty when there is none.
 filesystem::path placeIn(const char* variable) {
@@ -76,7 +76,7 @@ CalendarLock::CalendarLock(std::string_view calendar, Deadline deadline)
         if (errno != EWOULDBLOCK || Clock::now() >= deadline) {
             throwSystemError("flock");
         }
-        std::this_thread::sleep_for(pause);
+        std::this_thread::sleep_for(pauseForLock);
     }
 }
 

@@ -1,9 +1,9 @@
 #include "platform/evolution/KeyFile.h"
 
 #include "platform/Text.h"
+#include "platform/evolution/Environment.h"
 
 #include <array>
-#include <cstdlib>
 
 namespace quenbrook::platform::evolution {
 namespace {
@@ -32,11 +32,6 @@ std::string decoded(std::string_view value) {
         }
     }
     return text;
-}
-
-std::string_view environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value == nullptr ? std::string_view() : value;
 }
 
 // The locale that messages are in, by the order in which the C library looks.

@@ -15,7 +15,7 @@ namespace quenbrook::platform::evolution {
 namespace {
 
 // A small calendar is saved in less than a millisecond, one of 10,000 events in 70 at most.
-constexpr std::chrono::microseconds pause{500};
+constexpr std::chrono::microseconds pauseForFile{500};
 // The revision stands before the first component.
 constexpr std::size_t headSize = 1024;
 constexpr std::string_view revisionProperty = "\nX-EVOLUTION-DATA-REVISION:";
@@ -72,7 +72,7 @@ bool waitUntilSaved(const std::string& path, std::string_view revision, Deadline
             }
             return true;
         }
-        std::this_thread::sleep_for(pause);
+        std::this_thread::sleep_for(pauseForFile);
     } while (Clock::now() < deadline);
     return false;
 }

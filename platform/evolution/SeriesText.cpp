@@ -28,7 +28,7 @@ constexpr std::string_view outOfSyncError =
 
 // How long the service may take to fetch what its server has, and how often it is asked.
 constexpr std::chrono::seconds patienceWithServer{2};
-constexpr std::chrono::milliseconds pause{20};
+constexpr std::chrono::milliseconds pauseForServer{20};
 
 using UidAndRecurrenceId = std::pair<std::string, std::string>;
 
@@ -130,7 +130,7 @@ void SeriesText::awaitOther(const FactoryCalendar& calendar, Deadline deadline) 
         if (!present || present->stream() != stream_) {
             return;
         }
-        std::this_thread::sleep_for(pause);
+        std::this_thread::sleep_for(pauseForServer);
     }
 }
 

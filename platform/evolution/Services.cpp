@@ -11,8 +11,8 @@ struct Versioned {
     // The first version with the calls that are made here.
     unsigned known;
 };
-constexpr Versioned registry{"org.gnome.evolution.dataserver.Sources", 5};
-constexpr Versioned factory{"org.gnome.evolution.dataserver.Calendar", 8};
+constexpr Versioned registryService{"org.gnome.evolution.dataserver.Sources", 5};
+constexpr Versioned calendarService{"org.gnome.evolution.dataserver.Calendar", 8};
 
 std::optional<unsigned> versionOf(std::string_view name, std::string_view prefix) {
     if (!name.starts_with(prefix)) {
@@ -41,8 +41,8 @@ std::optional<std::string> find(std::span<const std::string> names, const Versio
 } // namespace
 
 std::optional<Services> findServices(std::span<const std::string> names) {
-    auto foundRegistry = find(names, registry);
-    auto foundFactory = find(names, factory);
+    auto foundRegistry = find(names, registryService);
+    auto foundFactory = find(names, calendarService);
     if (!foundRegistry || !foundFactory) {
         return std::nullopt;
     }

@@ -18,7 +18,6 @@ constexpr seconds patienceWithRegistry{10};
 // Nothing but this machine is in the way of an answer. Better late than without some events.
 constexpr seconds patienceWithLocalCalendars{30};
 
-const Target busItself{DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS};
 constexpr const char* registryPath = "/org/gnome/evolution/dataserver/SourceManager";
 constexpr const char* sourceInterface = "org.gnome.evolution.dataserver.Source";
 

@@ -4,6 +4,7 @@
 #include "platform/icalendar/CalendarStream.h"
 #include "platform/icalendar/Neighbourhood.h"
 #include "platform/icalendar/event/EventWriting.h"
+#include "platform/icalendar/text/ContentLine.h"
 #include "platform/icalendar/time/VTimeZone.h"
 
 #include <algorithm>
@@ -12,8 +13,6 @@
 
 namespace quenbrook::platform::icalendar {
 namespace {
-
-constexpr std::string_view crlf = "\r\n";
 
 std::optional<Occurrence> occurrenceOf(const Series& series, const EventKey& key) {
     return key.originalStart && series.recurs() ? series.standingAt(*key.originalStart)

@@ -3,6 +3,7 @@
 #include "platform/icalendar/Outline.h"
 #include "platform/icalendar/text/Component.h"
 #include "platform/icalendar/text/ComponentEdit.h"
+#include "platform/icalendar/text/ContentLine.h"
 #include "platform/icalendar/time/Zone.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@ namespace {
 
 constexpr std::string_view streamBegin = "BEGIN:VCALENDAR";
 constexpr std::string_view streamEnd = "END:VCALENDAR";
-constexpr std::string_view crlf = "\r\n";
 
 std::string_view part(std::string_view text, const TextRange& range) {
     return text.substr(range.begin, range.end - range.begin);

@@ -17,7 +17,7 @@ namespace {
 // next. Readers pass over it: it begins with a dot and does not end in ".ics".
 constexpr const char* temporaryName = ".quenbrook.tmp";
 
-constexpr mode_t privateMode = 0600;
+constexpr mode_t privateFileMode = 0600;
 constexpr mode_t permissions = 07777;
 constexpr int newFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
@@ -147,7 +147,7 @@ class UnfinishedFile {
   private:
     int openNew() const {
         return uninterrupted([&] {
-            return ::openat(folder_.descriptor(), temporaryName, newFileFlags, privateMode);
+            return ::openat(folder_.descriptor(), temporaryName, newFileFlags, privateFileMode);
         });
     }
 
@@ -166,7 +166,7 @@ class UnfinishedFile {
         // Where there can be a note, the next writer gives up a reservation that a kill has left.
         const NotedChange change(folder_, {name, std::nullopt, fingerprintOf(text)});
         const FileDescriptor reserved(checked("openat", [&] {
-            return ::openat(folder_.descriptor(), name.c_str(), newFileFlags, privateMode);
+            return ::openat(folder_.descriptor(), name.c_str(), newFileFlags, privateFileMode);
         }));
         const std::string written = std::exchange(name_, name);
         const int renamed = uninterrupted([&] {

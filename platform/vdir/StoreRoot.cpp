@@ -15,7 +15,7 @@
 namespace quenbrook::platform::vdir {
 namespace {
 
-constexpr mode_t privateMode = 0700;
+constexpr mode_t privateFolderMode = 0700;
 
 struct InitialFile {
     const char* folder;
@@ -44,7 +44,7 @@ Folder opened(const std::filesystem::path& path) {
 }
 
 void makeFolder(const std::filesystem::path& path) {
-    checked("mkdir", [&] { return ::mkdir(path.c_str(), privateMode); });
+    checked("mkdir", [&] { return ::mkdir(path.c_str(), privateFolderMode); });
 }
 
 // A folder under another name until it is finished; removed with all it holds if it never is. What
@@ -53,7 +53,7 @@ class UnfinishedFolder {
   public:
     explicit UnfinishedFolder(std::filesystem::path path)
         : path_(std::move(path)) {
-        if (::mkdir(path_.c_str(), privateMode) == 0) {
+        if (::mkdir(path_.c_str(), privateFolderMode) == 0) {
             return;
         }
         if (errno == EEXIST) {
@@ -106,7 +106,7 @@ void createStoreRoot(const std::filesystem::path& root) {
     std::filesystem::path made;
     for (const std::filesystem::path& part : parent) {
         made /= part;
-        if (::mkdir(made.c_str(), privateMode) == 0) {
+        if (::mkdir(made.c_str(), privateFolderMode) == 0) {
             syncFolder(opened(made.parent_path()));
         } else if (errno != EEXIST) {
             throwSystemError("mkdir");

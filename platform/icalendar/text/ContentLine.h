@@ -66,6 +66,9 @@ bool canHoldText(std::string_view text);
 // LF, all become the one that TEXT knows.
 std::string encodeText(std::string_view text);
 
+// What ends a line (section 3.1), unless a file keeps to another way.
+inline constexpr std::string_view crlf = "\r\n";
+
 // One content line folded at 75 octets without splitting a UTF-8 character (section 3.1), each
 // physical line ended by `lineEnd`.
 std::string foldLine(std::string_view line, std::string_view lineEnd);

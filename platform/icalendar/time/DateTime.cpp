@@ -16,7 +16,7 @@ using std::chrono::seconds;
 
 constexpr std::int64_t maximumDurationDays = 3'660'000;
 
-std::optional<int> digits(std::string_view text) {
+std::optional<int> numberOf(std::string_view text) {
     int value = 0;
     for (const char c : text) {
         if (c < '0' || c > '9') {
@@ -44,9 +44,9 @@ constexpr std::array<DurationUnit, 5> durationUnits = {{
 
 // "130500", "-0430": a sign was taken off before.
 std::optional<seconds> clockTime(std::string_view text) {
-    const auto hour = digits(text.substr(0, 2));
-    const auto minute = digits(text.substr(2, 2));
-    const auto second = text.size() == 4 ? std::optional(0) : digits(text.substr(4));
+    const auto hour = numberOf(text.substr(0, 2));
+    const auto minute = numberOf(text.substr(2, 2));
+    const auto second = text.size() == 4 ? std::optional(0) : numberOf(text.substr(4));
     if (!hour || !minute || !second || *hour > 23 || *minute > 59 || *second > 60) {
         return std::nullopt;
     }
@@ -70,9 +70,9 @@ std::optional<std::chrono::sys_days> parseDate(std::string_view text) {
     if (text.size() != 8) {
         return std::nullopt;
     }
-    const auto year = digits(text.substr(0, 4));
-    const auto month = digits(text.substr(4, 2));
-    const auto day = digits(text.substr(6, 2));
+    const auto year = numberOf(text.substr(0, 4));
+    const auto month = numberOf(text.substr(4, 2));
+    const auto day = numberOf(text.substr(6, 2));
     if (!year || !month || !day || *year == 0) {
         return std::nullopt;
     }
@@ -129,7 +129,7 @@ std::optional<Duration> parseDuration(std::string_view text) {
         if (length == text.size() || length > 9) {
             return std::nullopt;
         }
-        const auto count = digits(text.substr(0, length));
+        const auto count = numberOf(text.substr(0, length));
         const auto unit =
             std::find_if(durationUnits.begin(), durationUnits.end(), [&](const DurationUnit& each) {
                 return each.letter == text[length] && each.inTimePart == inTimePart;
