@@ -68,15 +68,6 @@ TEST_F(CancelEvent, ReportsARefusedRemoval) {
     EXPECT_EQ(failure("E"), "EVENT_STORE_REMOVE_FAILED: EventKit remove failed");
 }
 
-// A store that finds events by other spellings of their identifiers, too.
-class LenientStore final : public ForwardingStore {
-  public:
-    using ForwardingStore::ForwardingStore;
-    std::optional<platform::Event> event(std::string_view) override {
-        return ForwardingStore::event("E");
-    }
-};
-
 TEST_F(CancelEvent, AnswersWithTheIdentifierAsReceived) {
     LenientStore lenient(store);
     EXPECT_EQ(clientOf(lenient).cancelEvent({"e", std::nullopt}).id, "e");

@@ -46,7 +46,6 @@ class CreateEvent : public testing::Test {
 const AttendeeRequestDTO good = {"a@b.cc", "Name"};
 const AttendeeRequestDTO bad = {"a@b", std::nullopt};
 const std::string badAddress = "INVALID_JSON: attendeesV2 contains an invalid email address.";
-const std::string badDate = "INVALID_DATE: Cannot parse ISO 8601 date: ";
 
 TEST_F(CreateEvent, AnswersWithWhatWasSaved) {
     EXPECT_EQ(client.createEvent(request),

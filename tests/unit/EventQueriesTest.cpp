@@ -197,15 +197,6 @@ TEST_F(GetAttendeeStatus, ReportsAnUnknownEvent) {
         failureOf([&] { client.getAttendeeStatus({"nothing"}); }), "EVENT_NOT_FOUND: nothing");
 }
 
-// A store that finds events by other spellings of their identifiers, too.
-class LenientStore final : public ForwardingStore {
-  public:
-    using ForwardingStore::ForwardingStore;
-    std::optional<platform::Event> event(std::string_view) override {
-        return ForwardingStore::event("early");
-    }
-};
-
 TEST_F(GetAttendeeStatus, AnswersWithTheIdentifierAsAskedFor) {
     LenientStore lenient(store);
     EXPECT_EQ(clientOf(lenient).getAttendeeStatus({"EARLY"}).id, "EARLY");

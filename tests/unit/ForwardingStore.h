@@ -3,6 +3,9 @@
 #include "platform/CalendarStore.h"
 
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace quenbrook::tests {
@@ -40,6 +43,21 @@ class ForwardingStore : public platform::CalendarStore {
 
   private:
     platform::CalendarStore& store_;
+};
+
+// A store that finds an event by another spelling of its identifier: in the other case.
+class LenientStore final : public ForwardingStore {
+  public:
+    using ForwardingStore::ForwardingStore;
+    std::optional<platform::Event> event(std::string_view identifier) override {
+        std::string other(identifier);
+        for (char& letter : other) {
+            if ((letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z')) {
+                letter = static_cast<char>(letter ^ ('a' ^ 'A'));
+            }
+        }
+        return ForwardingStore::event(other);
+    }
 };
 
 } // namespace quenbrook::tests

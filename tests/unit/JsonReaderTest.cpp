@@ -113,7 +113,7 @@ TEST(JsonReader, DecodesEscapesAndKeepsEverythingElse) {
     EXPECT_EQ(inner("{\"\\u0073\":\"escaped key\"}").s, "escaped key");
 }
 
-struct Refusal {
+struct RefusedText {
     std::string text;
     std::string sentence;
 };
@@ -191,7 +191,7 @@ TEST(JsonReader, PassesOverNumbersOfEverySize) {
 
 TEST(JsonReader, NamesTheKeyAndWhatItExpected) {
     const std::string rest = R"("i":0,"b":false,"list":[],"inner":{"s":""})";
-    const std::vector<Refusal> refusals = {
+    const std::vector<RefusedText> refusals = {
         // Missing and null.
         {"{}", "The key 's' is missing, expected a string"},
         {R"({"s":null})", "The key 's' is null, expected a string"},
@@ -262,7 +262,7 @@ TEST(JsonReader, ReportsTheFirstFailureInDeclarationOrder) {
 
 TEST(JsonReader, TellsWhereTheSyntaxBreaks) {
     const std::string noJson = "The request is not valid JSON: ";
-    const std::vector<Refusal> refusals = {
+    const std::vector<RefusedText> refusals = {
         {"x", noJson + "syntax error at line 1, column 1 (byte offset 0)"},
         {"{", noJson + "it ends too early, at line 1, column 2 (byte offset 1)"},
         {R"({"s":"a")", noJson + "it ends too early, at line 1, column 9 (byte offset 8)"},

@@ -3,7 +3,6 @@
 #include "tests/unit/UnitSupport.h"
 
 #include <cstdint>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -12,8 +11,6 @@
 namespace quenbrook::tests {
 namespace {
 
-constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t smallest = std::numeric_limits<std::int64_t>::min();
 const std::string until = "2025-03-14T11:30:00.250+02:00";
 
 struct Frequency {
@@ -60,7 +57,7 @@ TEST(RecurrenceRuleBuilder, TakesTheBoundsOfIntervalAndCount) {
     }
 }
 
-struct Refusal {
+struct RefusedRule {
     RecurrenceRuleDTO rule;
     std::string failure;
 };
@@ -72,7 +69,7 @@ TEST(RecurrenceRuleBuilder, ReportsTheFirstFailedCheck) {
     const std::string count = "INVALID_JSON: recurrenceRule.count must be 1–1000, got ";
     const std::string exclusive = "INVALID_JSON: recurrenceRule.count and recurrenceRule.untilISO "
                                   "are mutually exclusive";
-    const std::vector<Refusal> refusals = {
+    const std::vector<RefusedRule> refusals = {
         {{"", 1, {}, {}}, frequency + "'"},
         {{" daily", 1, {}, {}}, frequency + " daily'"},
         {{"daily ", 1, {}, {}}, frequency + "daily '"},
@@ -83,13 +80,13 @@ TEST(RecurrenceRuleBuilder, ReportsTheFirstFailedCheck) {
         {{"daily", 0, {}, {}}, interval + "0"},
         {{"daily", 367, {}, {}}, interval + "367"},
         {{"daily", -1, {}, {}}, interval + "-1"},
-        {{"daily", smallest, {}, {}}, interval + "-9223372036854775808"},
-        {{"daily", largest, {}, {}}, interval + "9223372036854775807"},
+        {{"daily", INT64_MIN, {}, {}}, interval + "-9223372036854775808"},
+        {{"daily", INT64_MAX, {}, {}}, interval + "9223372036854775807"},
         {{"daily", 1, 0, {}}, count + "0"},
         {{"daily", 1, 1001, {}}, count + "1001"},
         {{"daily", 1, -1, {}}, count + "-1"},
-        {{"daily", 1, smallest, {}}, count + "-9223372036854775808"},
-        {{"daily", 1, largest, {}}, count + "9223372036854775807"},
+        {{"daily", 1, INT64_MIN, {}}, count + "-9223372036854775808"},
+        {{"daily", 1, INT64_MAX, {}}, count + "9223372036854775807"},
         {{"daily", 1, 5, until}, exclusive},
         {{"daily", 1, {}, "soon"}, "INVALID_DATE: Cannot parse ISO 8601 date: soon"},
         {{"daily", 1, {}, ""}, "INVALID_DATE: Cannot parse ISO 8601 date: "},

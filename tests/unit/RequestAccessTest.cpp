@@ -20,12 +20,12 @@ std::string accessFailure(platform::CalendarStore& store) {
     return failureOf([&store] { clientOf(store).requestAccess(); });
 }
 
-struct Refusal {
+struct RefusedStatus {
     std::int64_t status;
     std::string failure;
 };
 
-const std::vector<Refusal> refusals = {
+const std::vector<RefusedStatus> refusals = {
     {1, "ACCESS_DENIED: Calendar access not granted (status=1). Grant access in System Settings → "
         "Privacy & Security → Calendars."},
     {2, "ACCESS_DENIED: Calendar access not granted (status=2). Grant access in System Settings → "

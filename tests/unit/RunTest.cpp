@@ -125,7 +125,7 @@ TEST(Run, WritesEachDocumentInOneWrite) {
     EXPECT_EQ(runProgram(store, {"no-such-word"}).errorWrites.size(), 1U);
 }
 
-struct Word {
+struct WordRun {
     std::string_view word;
     std::string input;
     std::string output;
@@ -137,7 +137,7 @@ TEST(Run, CarriesOutEveryWord) {
         R"("calendarId":"C","endISO":"2025-03-14T10:00:00.000Z","hasAlarms":false,"id":"E",)"
         R"("isAllDay":false,"recurrenceRuleCount":0,"recurrenceRules":[],)"
         R"("startISO":"2025-03-14T09:00:00.000Z","title":"Event E"})";
-    const std::vector<Word> words = {
+    const std::vector<WordRun> words = {
         {"list-calendars", "", R"({"calendars":[{"id":"C","name":"Calendar C","writable":true}]})"},
         {"list-events",
             R"({"startISO":"2025-03-14T00:00:00Z","endISO":"2025-03-15T00:00:00Z","calendarIds":["C"]})",

@@ -4,7 +4,6 @@
 #include "tests/unit/UnitSupport.h"
 
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,20 +14,17 @@
 namespace quenbrook::tests {
 namespace {
 
-constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t smallest = std::numeric_limits<std::int64_t>::min();
-
 EventInfoDTO mapped(const platform::Event& event) {
     NotesCategories categories;
     return mapEvent(event, categories);
 }
 
-struct Word {
+struct NumberedWord {
     std::int64_t number;
     std::optional<std::string_view> word;
 };
 
-constexpr Word statusWords[] = {
+constexpr NumberedWord statusWords[] = {
     {0, "unknown"},
     {1, "pending"},
     {2, "accepted"},
@@ -39,8 +35,8 @@ constexpr Word statusWords[] = {
     {7, "unknown"},
     {8, "unknown"},
     {-1, "unknown"},
-    {largest, "unknown"},
-    {smallest, "unknown"},
+    {INT64_MAX, "unknown"},
+    {INT64_MIN, "unknown"},
 };
 
 TEST(MapParticipant, NamesTheStatus) {
@@ -78,15 +74,15 @@ TEST(MapParticipant, KeepsTheNameOrNone) {
     EXPECT_EQ(mapParticipant({"u", std::nullopt, 4}), (AttendeeInfoDTO{"u", "", "pending"}));
 }
 
-constexpr Word frequencies[] = {
+constexpr NumberedWord frequencies[] = {
     {0, "daily"},
     {1, "weekly"},
     {2, "monthly"},
     {3, "yearly"},
     {4, "daily"},
     {-1, "daily"},
-    {largest, "daily"},
-    {smallest, "daily"},
+    {INT64_MAX, "daily"},
+    {INT64_MIN, "daily"},
 };
 
 TEST(MapRecurrenceRule, NamesTheFrequency) {
@@ -133,15 +129,15 @@ TEST(MapRecurrenceRule, KeepsTheNumbersInTheirOrder) {
             std::vector<std::int64_t>{3, 4}}));
 }
 
-constexpr Word availabilities[] = {
+constexpr NumberedWord availabilities[] = {
     {0, "busy"},
     {1, "free"},
     {2, "tentative"},
     {3, "unavailable"},
     {4, std::nullopt},
     {-1, std::nullopt},
-    {largest, std::nullopt},
-    {smallest, std::nullopt},
+    {INT64_MAX, std::nullopt},
+    {INT64_MIN, std::nullopt},
 };
 
 TEST(MapEvent, NamesTheAvailability) {

@@ -17,6 +17,9 @@ inline platform::Instant at(std::string_view text) {
     return parseISO8601(text);
 }
 
+// What a date that is none fails with; the text of the date follows.
+inline const std::string badDate = "INVALID_DATE: Cannot parse ISO 8601 date: ";
+
 // "CODE: message" of the error that an operation throws, or the empty text.
 template <class Operation>
 std::string failureOf(const Operation& operation) {

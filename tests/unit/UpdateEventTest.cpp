@@ -41,8 +41,6 @@ class UpdateEvent : public testing::Test {
     UpdateEventRequest request;
 };
 
-const std::string badDate = "INVALID_DATE: Cannot parse ISO 8601 date: ";
-
 TEST_F(UpdateEvent, SavesEvenAnEmptyPatch) {
     const EventInfoDTO before = stored();
     store.calls.clear();
@@ -192,15 +190,6 @@ TEST_F(UpdateEvent, EndsTheProcessForAnAlarmBeyond64BitsAndSavesNothing) {
     EXPECT_EXIT(client.updateEvent(request), testing::KilledBySignal(SIGABRT), "^$");
     EXPECT_FALSE(store.lastChanges);
 }
-
-// A store that finds events by other spellings of their identifiers, too.
-class LenientStore final : public ForwardingStore {
-  public:
-    using ForwardingStore::ForwardingStore;
-    std::optional<platform::Event> event(std::string_view identifier) override {
-        return ForwardingStore::event(identifier == "r1" ? "R1" : "E");
-    }
-};
 
 TEST_F(UpdateEvent, AnswersWithTheIdentifierAsReceived) {
     LenientStore lenient(store);

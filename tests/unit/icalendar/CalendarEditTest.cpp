@@ -142,7 +142,7 @@ TEST(Updates, OfDatesKeepFormZoneAndParameters) {
     const std::string zoned = "DTSTART;X-P=1;TZID=America/New_York:20260105T100000\n"
                               "DTEND;TZID=Europe/London:20260105T160000\n";
     const std::string floating = "DTSTART:20260705T100000\nDTEND:20260705T110000\n";
-    const std::string days = "DTSTART;VALUE=DATE:20260105\nDTEND;VALUE=DATE:20260107\n";
+    const std::string allDay = "DTSTART;VALUE=DATE:20260105\nDTEND;VALUE=DATE:20260107\n";
     EventChanges both = starting("2026-01-08T10:00:00Z");
     both.end = at("2026-01-08T12:30:00Z");
     expectUpdates({
@@ -224,13 +224,13 @@ TEST(Updates, OfDatesKeepFormZoneAndParameters) {
             starting("2026-10-25T00:30:00Z"),
             {"-DTSTART;TZID=Europe/Berlin:20261025T010000",
                 "+DTSTART;TZID=Europe/Berlin:20261025T023000"}},
-        {"the first of whole days", days, starting("2026-01-06T12:00:00Z"),
+        {"the first of whole days", allDay, starting("2026-01-06T12:00:00Z"),
             {"-DTSTART;VALUE=DATE:20260105", "+DTSTART;VALUE=DATE:20260106"}},
-        {"the last of whole days", days, ending("2026-01-08T12:00:00Z"),
+        {"the last of whole days", allDay, ending("2026-01-08T12:00:00Z"),
             {"-DTEND;VALUE=DATE:20260107", "+DTEND;VALUE=DATE:20260109"}},
-        {"the midnight after the last of whole days", days, ending("2026-01-08T23:00:00Z"),
+        {"the midnight after the last of whole days", allDay, ending("2026-01-08T23:00:00Z"),
             {"-DTEND;VALUE=DATE:20260107", "+DTEND;VALUE=DATE:20260109"}},
-        {"the last second of whole days", days, ending("2026-01-08T22:59:59Z"),
+        {"the last second of whole days", allDay, ending("2026-01-08T22:59:59Z"),
             {"-DTEND;VALUE=DATE:20260107", "+DTEND;VALUE=DATE:20260109"}},
         {"the start of one day without DTEND", "DTSTART;VALUE=DATE:20260105\n",
             starting("2026-01-03T12:00:00Z"),
@@ -605,14 +605,15 @@ TEST(Updates, HoldEveryEndOfARuleInTheYearsThatCanBeWritten) {
     }
 }
 
-const std::string series = "DTSTART;TZID=Europe/Berlin:20260105T100000\nDURATION:PT1H\n"
-                           "SUMMARY;LANGUAGE=de:Reihe\nX-OWN:kept\n"
-                           "RRULE:FREQ=DAILY;COUNT=4\nRDATE;TZID=Europe/Berlin:20260201T100000\n"
-                           "EXDATE;TZID=Europe/Berlin:20260106T100000\n"
-                           "BEGIN:VALARM\nACTION:AUDIO\nTRIGGER:-PT5M\nEND:VALARM\n";
+const std::string dailySeries =
+    "DTSTART;TZID=Europe/Berlin:20260105T100000\nDURATION:PT1H\n"
+    "SUMMARY;LANGUAGE=de:Reihe\nX-OWN:kept\n"
+    "RRULE:FREQ=DAILY;COUNT=4\nRDATE;TZID=Europe/Berlin:20260201T100000\n"
+    "EXDATE;TZID=Europe/Berlin:20260106T100000\n"
+    "BEGIN:VALARM\nACTION:AUDIO\nTRIGGER:-PT5M\nEND:VALARM\n";
 
 TEST(UpdatesOfASeries, MakeAnExceptionOfTheOccurrence) {
-    const std::string text = eventStream(series);
+    const std::string text = eventStream(dailySeries);
     EventChanges changes = titled("Einmal");
     changes.end = at("2026-01-05T11:00:00Z");
     const auto after = updated(text, changes);
@@ -633,7 +634,7 @@ TEST(UpdatesOfASeries, MakeAnExceptionOfTheOccurrence) {
 }
 
 TEST(UpdatesOfASeries, ChangeAnExceptionThatIsThere) {
-    const std::string text = eventStream(series);
+    const std::string text = eventStream(dailySeries);
     const auto once = updated(text, titled("Einmal"));
     ASSERT_TRUE(once);
     const auto twice = updated(*once, starting("2026-01-05T09:15:00Z"));
@@ -644,7 +645,7 @@ TEST(UpdatesOfASeries, ChangeAnExceptionThatIsThere) {
 }
 
 TEST(UpdatesOfASeries, MakeAnExceptionOfAnyOccurrence) {
-    const std::string text = eventStream(series);
+    const std::string text = eventStream(dailySeries);
     for (const std::string_view original :
         {"2026-01-07T09:00:00Z", "2026-01-08T09:00:00Z", "2026-02-01T09:00:00Z"}) {
         const auto after = updatedStream(text, {"e", at(original)}, titled("Einmal"), now);

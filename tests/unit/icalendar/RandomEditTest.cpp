@@ -17,7 +17,7 @@ namespace {
 
 using test::at;
 
-const Instant now = at("2026-06-01T12:00:00Z");
+const Instant timeOfEdit = at("2026-06-01T12:00:00Z");
 
 std::string described(const std::string& uid, const Event& event) {
     return uid + " " + test::spanOf(event) + " " + event.title.value_or("");
@@ -85,7 +85,7 @@ TEST_F(RandomEdits, OfATitleChangeThatOfOneOccurrence) {
     forManyOccurrences([](const std::string& text, const FoundEvent& one) {
         EventChanges changes;
         changes.title = "new";
-        const auto after = updatedStream(text, one.key, changes, now);
+        const auto after = updatedStream(text, one.key, changes, timeOfEdit);
         ASSERT_TRUE(after);
         Event changed = one.event;
         changed.title = "new";
@@ -101,7 +101,7 @@ TEST_F(RandomEdits, OfTheTimesMoveOneOccurrence) {
         changes.isAllDay = false;
         changes.start = one.event.start + std::chrono::hours(1);
         changes.end = one.event.end + std::chrono::hours(2);
-        const auto after = updatedStream(text, one.key, changes, now);
+        const auto after = updatedStream(text, one.key, changes, timeOfEdit);
         ASSERT_TRUE(after);
         Event moved = one.event;
         moved.start = *changes.start;
@@ -117,7 +117,7 @@ TEST_F(RandomEdits, OfTheTimesMoveOneOccurrence) {
 
 TEST_F(RandomEdits, ThatRemoveTakeOneOccurrence) {
     forManyOccurrences([](const std::string& text, const FoundEvent& one) {
-        const auto after = streamWithout(text, one.key, now);
+        const auto after = streamWithout(text, one.key, timeOfEdit);
         ASSERT_TRUE(after);
         EXPECT_EQ(seenIn(*after), without(one, seenIn(text))) << *after;
     });

@@ -20,14 +20,14 @@ using test::at;
 using test::RandomStreams;
 using test::stream;
 
-std::string described(const std::string& uid, const Event& event) {
+std::string describedSpan(const std::string& uid, const Event& event) {
     return uid + " " + test::spanOf(event);
 }
 
 std::vector<std::string> queried(std::string_view text, Instant from, Instant until) {
     std::vector<std::string> found;
     for (const FoundEvent& each : RangeQuery(from, until).eventsIn(text)) {
-        found.push_back(described(each.key.uid, each.event));
+        found.push_back(describedSpan(each.key.uid, each.event));
     }
     std::sort(found.begin(), found.end());
     return found;
@@ -38,7 +38,7 @@ struct Span {
     std::string uid;
     TimeSpan time;
 };
-std::vector<Span> everything(std::string_view text) {
+std::vector<Span> everySpan(std::string_view text) {
     CalendarStream stream(text);
     std::set<std::string> uids;
     for (const EventSummary& event : stream.outline().events) {
@@ -68,7 +68,7 @@ std::vector<std::string> selected(const std::vector<Span>& spans, Instant from, 
         event.start = span.time.start;
         event.end = span.time.end;
         if (isIn) {
-            found.push_back(described(span.uid, event));
+            found.push_back(describedSpan(span.uid, event));
         }
     }
     std::sort(found.begin(), found.end());
@@ -85,7 +85,7 @@ TEST(RangeQueries, FindWhatASearchOfEverythingFinds) {
         const support::ScopedTimeZone local(zones[round % zones.size()]);
         RandomStreams& streams = round < 250 ? plain : all;
         const std::string text = streams.next();
-        const std::vector<Span> spans = everything(text);
+        const std::vector<Span> spans = everySpan(text);
         for (int query = 0; query < 8; ++query) {
             const Instant from = streams.instant();
             const Instant until = from + minutes(streams.below(query % 2 == 0 ? 600 : 40'000));

@@ -19,8 +19,8 @@
 namespace quenbrook::platform::vdir {
 namespace {
 
-constexpr ReadingThreads many = {.atFirst = 8, .most = 8, .filesForEach = 1};
-constexpr ReadingThreads one = {.atFirst = 1, .most = 1, .filesForEach = 1};
+constexpr ReadingThreads manyThreads = {.atFirst = 8, .most = 8, .filesForEach = 1};
+constexpr ReadingThreads oneThread = {.atFirst = 1, .most = 1, .filesForEach = 1};
 // Does not come whole with one call.
 constexpr std::size_t large = std::size_t{200} << 10;
 // Far more than anything takes: what never comes is to fail, not to hang.
@@ -55,7 +55,7 @@ TEST_F(FileReading, VisitsEachFileOnceWithItsOwnText) {
     write(300, 10);
     write(5, large);
     write(300, 10);
-    for (const ReadingThreads& threads : {one, many, ReadingThreads{}}) {
+    for (const ReadingThreads& threads : {oneThread, manyThreads, ReadingThreads{}}) {
         std::mutex mutex;
         std::vector<std::size_t> visited;
         read(threads, [&](std::size_t index, std::string_view text) {
@@ -76,7 +76,7 @@ TEST_F(FileReading, PassesOverWhatCannotBeRead) {
     write(100, 10);
     entries_[7].name = "missing";
     std::atomic<int> visits = 0;
-    read(many, [&](std::size_t, std::string_view) {
+    read(manyThreads, [&](std::size_t, std::string_view) {
         ++visits;
         return true;
     });
@@ -121,7 +121,7 @@ TEST_F(FileReading, DoesWithoutHelpWhileItNeverWaits) {
 TEST_F(FileReading, VisitsOtherFilesWhileOneIsVisited) {
     write(2, 10);
     std::promise<void> other;
-    read(many, [&](std::size_t index, std::string_view) {
+    read(manyThreads, [&](std::size_t index, std::string_view) {
         if (index == 1) {
             other.set_value();
         } else {
@@ -135,7 +135,7 @@ TEST_F(FileReading, VisitsLargeFilesOneAtATime) {
     write(20, large);
     std::atomic<int> visits = 0;
     std::atomic<int> inside = 0;
-    read(many, [&](std::size_t, std::string_view) {
+    read(manyThreads, [&](std::size_t, std::string_view) {
         EXPECT_EQ(++inside, 1);
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
         --inside;
@@ -149,7 +149,7 @@ TEST_F(FileReading, VisitsSmallFilesBesideALargeOne) {
     write(1, large);
     write(1, 10);
     std::promise<void> small;
-    read(many, [&](std::size_t index, std::string_view) {
+    read(manyThreads, [&](std::size_t index, std::string_view) {
         if (index == 1) {
             small.set_value();
         } else {
@@ -161,7 +161,7 @@ TEST_F(FileReading, VisitsSmallFilesBesideALargeOne) {
 
 TEST_F(FileReading, VisitsAllBeforeTheFileThatIsTheLastWanted) {
     write(1000, 10);
-    for (const ReadingThreads& threads : {one, many}) {
+    for (const ReadingThreads& threads : {oneThread, manyThreads}) {
         std::mutex mutex;
         std::set<std::size_t> visited;
         read(threads, [&](std::size_t index, std::string_view) {
@@ -182,7 +182,7 @@ TEST_F(FileReading, VisitsAllBeforeTheFileThatIsTheLastWanted) {
 
 TEST_F(FileReading, ThrowsWhatAVisitThrowsAndReadsNoFurther) {
     write(1000, 10);
-    for (const ReadingThreads& threads : {one, many}) {
+    for (const ReadingThreads& threads : {oneThread, manyThreads}) {
         std::atomic<std::size_t> visits = 0;
         const auto visit = [&](std::size_t index, std::string_view) -> bool {
             ++visits;

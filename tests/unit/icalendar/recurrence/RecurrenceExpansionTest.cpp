@@ -11,12 +11,12 @@
 namespace quenbrook::platform::icalendar {
 namespace {
 
-LocalTime at(const std::string& text) {
+LocalTime wallClock(const std::string& text) {
     return test::parseWallClock(text).value();
 }
 
 RecurrenceExpansion expansionOf(const std::string& rule, const std::string& start) {
-    return RecurrenceExpansion(parseRecur(rule).value(), at(start));
+    return RecurrenceExpansion(parseRecur(rule).value(), wallClock(start));
 }
 
 std::string nextOf(RecurrenceExpansion& expansion) {
@@ -36,35 +36,35 @@ TEST(RecurrenceExpansion, StaysAtItsEnd) {
     EXPECT_EQ(nextOf(expansion), "2024-01-02 09:00:00");
     EXPECT_EQ(nextOf(expansion), "none");
     EXPECT_EQ(nextOf(expansion), "none");
-    expansion.skipTo(at("2024-02-01 00:00:00"));
+    expansion.skipTo(wallClock("2024-02-01 00:00:00"));
     EXPECT_EQ(nextOf(expansion), "none");
 }
 
 TEST(RecurrenceExpansion, SkipPassesOverTheStartToo) {
     auto expansion = expansionOf("FREQ=DAILY", "2024-01-01 09:00:00");
-    expansion.skipTo(at("2024-01-01 09:00:01"));
+    expansion.skipTo(wallClock("2024-01-01 09:00:01"));
     EXPECT_EQ(nextOf(expansion), "2024-01-02 09:00:00");
 }
 
 TEST(RecurrenceExpansion, SkipToAnOccurrenceKeepsIt) {
     auto fromStart = expansionOf("FREQ=DAILY", "2024-01-01 09:00:00");
-    fromStart.skipTo(at("2024-01-01 09:00:00"));
+    fromStart.skipTo(wallClock("2024-01-01 09:00:00"));
     EXPECT_EQ(nextOf(fromStart), "2024-01-01 09:00:00");
     auto later = expansionOf("FREQ=DAILY", "2024-01-01 09:00:00");
-    later.skipTo(at("2024-03-01 09:00:00"));
+    later.skipTo(wallClock("2024-03-01 09:00:00"));
     EXPECT_EQ(nextOf(later), "2024-03-01 09:00:00");
 }
 
 TEST(RecurrenceExpansion, SkipNeverGoesBack) {
     auto expansion = expansionOf("FREQ=DAILY;COUNT=100", "2024-01-01 09:00:00");
-    expansion.skipTo(at("2024-02-01 00:00:00"));
-    expansion.skipTo(at("2024-01-15 00:00:00"));
+    expansion.skipTo(wallClock("2024-02-01 00:00:00"));
+    expansion.skipTo(wallClock("2024-01-15 00:00:00"));
     EXPECT_EQ(nextOf(expansion), "2024-02-01 09:00:00");
 }
 
 TEST(RecurrenceExpansion, SkipCountsWhatItPassesOver) {
     auto expansion = expansionOf("FREQ=WEEKLY;BYDAY=MO,WE;COUNT=5", "2024-01-03 09:00:00");
-    expansion.skipTo(at("2024-01-15 00:00:00"));
+    expansion.skipTo(wallClock("2024-01-15 00:00:00"));
     EXPECT_EQ(nextOf(expansion), "2024-01-15 09:00:00");
     EXPECT_EQ(nextOf(expansion), "2024-01-17 09:00:00");
     EXPECT_EQ(nextOf(expansion), "none");
@@ -78,7 +78,7 @@ TEST(RecurrenceExpansion, SkipBeyondTheCalendarEndsIt) {
 
 TEST(RecurrenceExpansion, EndsBeforeTheTimeGiven) {
     auto expansion = expansionOf("FREQ=DAILY;BYHOUR=9,10", "2024-01-01 09:00:00");
-    expansion.endBefore(at("2024-01-02 10:00:00"));
+    expansion.endBefore(wallClock("2024-01-02 10:00:00"));
     EXPECT_EQ(nextOf(expansion), "2024-01-01 09:00:00");
     EXPECT_EQ(nextOf(expansion), "2024-01-01 10:00:00");
     EXPECT_EQ(nextOf(expansion), "2024-01-02 09:00:00");
@@ -86,7 +86,7 @@ TEST(RecurrenceExpansion, EndsBeforeTheTimeGiven) {
 }
 
 TEST(RecurrenceExpansion, EndBeforeTheStartLeavesNothing) {
-    for (const auto end : {LocalTime::min(), at("2024-01-01 09:00:00")}) {
+    for (const auto end : {LocalTime::min(), wallClock("2024-01-01 09:00:00")}) {
         auto expansion = expansionOf("FREQ=YEARLY", "2024-01-01 09:00:00");
         expansion.endBefore(end);
         EXPECT_EQ(nextOf(expansion), "none");
@@ -103,7 +103,7 @@ TEST(RecurrenceExpansion, SkipLeapsOverRulesThatNeedNoCounting) {
         "FREQ=DAILY;COUNT=100000", "FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,FR;COUNT=100000"};
     for (const char* const rule : rules) {
         auto expansion = expansionOf(rule, "1970-01-01 09:00:00");
-        expansion.skipTo(at("2026-05-01 00:00:00"));
+        expansion.skipTo(wallClock("2026-05-01 00:00:00"));
         EXPECT_TRUE(expansion.next().has_value()) << rule;
         EXPECT_LT(expansion.work(), 1000) << rule;
     }
@@ -111,7 +111,7 @@ TEST(RecurrenceExpansion, SkipLeapsOverRulesThatNeedNoCounting) {
 
 TEST(RecurrenceExpansion, LeapsCountExactly) {
     auto expansion = expansionOf("FREQ=SECONDLY;COUNT=1000000000", "1970-01-01 00:00:00");
-    expansion.skipTo(at("2001-09-09 01:46:39"));
+    expansion.skipTo(wallClock("2001-09-09 01:46:39"));
     EXPECT_EQ(nextOf(expansion), "2001-09-09 01:46:39");
     EXPECT_EQ(nextOf(expansion), "none");
 }
@@ -153,7 +153,7 @@ TEST(RecurrenceExpansion, HostileRulesEndAtTheWorkLimit) {
 
 TEST(RecurrenceExpansion, AHostileSkipEndsAtTheWorkLimit) {
     auto expansion = expansionOf("FREQ=SECONDLY;BYHOUR=1;COUNT=2147483647", "0001-01-01 00:00:00");
-    expansion.skipTo(at("9999-12-01 00:00:00"));
+    expansion.skipTo(wallClock("9999-12-01 00:00:00"));
     EXPECT_EQ(nextOf(expansion), "none");
     EXPECT_LE(expansion.work(), RecurrenceExpansion::workLimit + stepsOfAPeriod);
 }
@@ -179,7 +179,7 @@ TEST(RecurrenceExpansion, DrawsOnItsBudgetForWhatItDoesNotFind) {
     WorkBudget budget(RecurrenceExpansion::workLimit);
     auto hostile = expansionOf("FREQ=DAILY;BYMONTH=2;BYMONTHDAY=30;COUNT=2", "0001-01-01 00:00:00");
     hostile.drawOn(budget);
-    hostile.skipTo(at("9999-01-01 00:00:00"));
+    hostile.skipTo(wallClock("9999-01-01 00:00:00"));
     EXPECT_EQ(nextOf(hostile), "none");
     EXPECT_LT(budget.left(), RecurrenceExpansion::workLimit / 2);
 }
@@ -191,7 +191,7 @@ TEST(RecurrenceExpansion, StopsInTheMiddleOfASearchWhenItsBudgetIsSpent) {
         WorkBudget budget(1'000);
         auto hostile = expansionOf(rule, "0001-01-01 00:00:00");
         hostile.drawOn(budget);
-        hostile.skipTo(at("9999-01-01 00:00:00"));
+        hostile.skipTo(wallClock("9999-01-01 00:00:00"));
         EXPECT_EQ(nextOf(hostile), "none") << rule;
         EXPECT_GT(budget.left(), -1'000) << rule;
     }
@@ -201,8 +201,8 @@ TEST(RecurrenceExpansion, AnEndSparesTheSearchForWhatNeverComes) {
     for (const char* const rule : {"FREQ=YEARLY;BYMONTH=2;BYMONTHDAY=30",
              "FREQ=SECONDLY;BYMONTH=2;BYMONTHDAY=30", "FREQ=DAILY;BYMONTHDAY=30;BYMONTH=2"}) {
         auto expansion = expansionOf(rule, "1970-01-01 09:00:00");
-        expansion.skipTo(at("2026-05-01 00:00:00"));
-        expansion.endBefore(at("2026-06-01 00:00:00"));
+        expansion.skipTo(wallClock("2026-05-01 00:00:00"));
+        expansion.endBefore(wallClock("2026-06-01 00:00:00"));
         EXPECT_EQ(nextOf(expansion), "none");
         EXPECT_LT(expansion.work(), 1000) << rule;
     }
@@ -246,7 +246,7 @@ TEST(RecurrenceExpansion, SkippingEqualsFiltering) {
         SCOPED_TRACE(rule);
         Recur recur = parseRecur(rule).value();
         const auto start =
-            at("2024-01-01 00:00:00") +
+            wallClock("2024-01-01 00:00:00") +
             std::chrono::seconds{std::uniform_int_distribution<int>(0, 100'000'000)(random)};
         // Rules that never match again are not to be searched for long.
         recur.until = Until{start + std::chrono::days{800}, Until::Form::local};

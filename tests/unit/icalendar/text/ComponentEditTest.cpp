@@ -39,7 +39,7 @@ TEST(TextEdits, ReplaceAndInsertInTheOrderOfTheText) {
     EXPECT_EQ(edit.result({4, 7}), "56");
 }
 
-constexpr std::string_view text =
+constexpr std::string_view editedComponent =
     "BEGIN:VEVENT\r\nA:1\r\nB;P=1:x\r\n y\r\nA:2\r\njunk\r\nBEGIN:C\r\nA:in\r\nEND:C\r\n"
     "BEGIN:D\r\nEND:D\r\nBEGIN:c\r\nEND:c\r\nZ:last\r\nEND:VEVENT\r\n";
 
@@ -47,9 +47,10 @@ class ComponentEdits : public testing::Test {
   protected:
     std::string result() const { return edit_.result(); }
 
-    ParsedComponent component_ = *ParsedComponent::parse(text, {0, text.size()});
-    TextEdit edit_{text};
-    ComponentEdit properties_{text, *component_, edit_};
+    ParsedComponent component_ =
+        *ParsedComponent::parse(editedComponent, {0, editedComponent.size()});
+    TextEdit edit_{editedComponent};
+    ComponentEdit properties_{editedComponent, *component_, edit_};
 };
 
 TEST_F(ComponentEdits, SetAPropertyInItsPlaceOnce) {

@@ -18,12 +18,12 @@ using std::chrono::seconds;
 using std::chrono::sys_seconds;
 using test::at;
 
-struct OffsetCase {
+struct RuleOffsetCase {
     std::string rule;
     std::string_view instant;
     seconds offset;
 };
-const std::vector<OffsetCase> offsetCases{
+const std::vector<RuleOffsetCase> ruleOffsetCases{
     {"JST-9", "2026-07-01T00:00:00Z", hours(9)},
     {"<+0330>-3:30", "2026-07-01T00:00:00Z", minutes(210)},
     {"<-02>2:30:15", "2026-01-01T00:00:00Z", -seconds(9015)},
@@ -58,7 +58,7 @@ const std::vector<OffsetCase> offsetCases{
 };
 
 TEST(PosixRules, TellTheOffset) {
-    for (const OffsetCase& row : offsetCases) {
+    for (const RuleOffsetCase& row : ruleOffsetCases) {
         const auto zone = readPosixZone(row.rule);
         ASSERT_TRUE(zone) << row.rule;
         EXPECT_EQ(zone->offsetAt(at(row.instant)), row.offset) << row.rule << " " << row.instant;

@@ -87,12 +87,12 @@ TEST(ReadingVTimeZones, UnderstandsAHistoryOfRulesDatesAndEnds) {
     }
 }
 
-struct UntilCase {
+struct YearlyUntilCase {
     std::string_view until;
     // Whether daylight saving still began on the last Sunday of March 2006, at 01:00 UTC.
     bool includes2006;
 };
-constexpr UntilCase untilCases[] = {
+constexpr YearlyUntilCase untilCases[] = {
     {"20060326T010000Z", true},
     {"20060326T005959Z", false},
     {"20060326T020000", true},
@@ -133,7 +133,7 @@ TEST(ReadingVTimeZones, TakesADateForItsMidnight) {
 }
 
 TEST(ReadingVTimeZones, EndsRulesInEveryFormOfUntil) {
-    for (const UntilCase& row : untilCases) {
+    for (const YearlyUntilCase& row : untilCases) {
         const auto zone =
             readBack("BEGIN:VTIMEZONE\nTZID:x\nBEGIN:DAYLIGHT\nDTSTART:20000326T020000\n"
                      "RRULE:FREQ=YEARLY;BYMONTH=3;BYDAY=-1SU;UNTIL=" +
