@@ -17,9 +17,9 @@ Message& answerIn(Outcome& outcome) {
 
 struct PendingCall::State {
     struct Cancel {
-        void operator()(DBusPendingCall* call) const {
-            ::dbus_pending_call_cancel(call);
-            ::dbus_pending_call_unref(call);
+        void operator()(DBusPendingCall* pending) const {
+            ::dbus_pending_call_cancel(pending);
+            ::dbus_pending_call_unref(pending);
         }
     };
 

@@ -3,6 +3,8 @@
 # the headers of macOS' C library and of libc++ 16, and with declarations of Apple's frameworks that
 # follow the types of the SDK (sdk/): check.sh TOOLCHAIN-FOLDER BUILD-FOLDER
 #
+# Each source is compiled by itself: what one forgets to include is not to come from another.
+#
 # Nothing is linked: the libraries of macOS are not to be had here.
 set -u
 
@@ -43,7 +45,8 @@ configure() {
     shift
     CMAKE_PREFIX_PATH=$homebrew/icu4c:$homebrew cmake -S "$root" -B "$folder/$name" --fresh \
         --toolchain "$root/tests/darwin/toolchain.cmake" -DQUENBROOK_DARWIN_TOOLS="$tools" \
-        -DQUENBROOK_WERROR=ON "$@" >"$folder/$name.log" 2>&1 || fail "$(cat "$folder/$name.log")"
+        -DCMAKE_UNITY_BUILD=OFF -DQUENBROOK_WERROR=ON "$@" >"$folder/$name.log" 2>&1 ||
+        fail "$(cat "$folder/$name.log")"
 }
 
 # expect WHAT FILE TEXT: the file must hold the text.

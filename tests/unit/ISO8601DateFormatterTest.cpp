@@ -10,7 +10,7 @@
 namespace quenbrook::platform {
 namespace {
 
-constexpr ISO8601DateFormatter whole(ISO8601FormatOptions::internetDateTime);
+constexpr ISO8601DateFormatter wholeSeconds(ISO8601FormatOptions::internetDateTime);
 constexpr ISO8601DateFormatter fractional(
     ISO8601FormatOptions::internetDateTimeWithFractionalSeconds);
 
@@ -111,7 +111,7 @@ std::optional<std::int64_t> parsed(const ISO8601DateFormatter& formatter, std::s
 TEST(ISO8601DateFormatter, ParsesWholeSecondsOnlyWithoutTheFractionalOption) {
     for (const auto& [text, milliseconds] : acceptedWhole) {
         SCOPED_TRACE(text);
-        EXPECT_EQ(parsed(whole, text), milliseconds);
+        EXPECT_EQ(parsed(wholeSeconds, text), milliseconds);
         EXPECT_EQ(parsed(fractional, text), std::nullopt);
     }
 }
@@ -120,17 +120,17 @@ TEST(ISO8601DateFormatter, ParsesFractionsOnlyWithTheFractionalOption) {
     for (const auto& [text, milliseconds] : acceptedFractional) {
         SCOPED_TRACE(text);
         EXPECT_EQ(parsed(fractional, text), milliseconds);
-        EXPECT_EQ(parsed(whole, text), std::nullopt);
+        EXPECT_EQ(parsed(wholeSeconds, text), std::nullopt);
     }
 }
 
 TEST(ISO8601DateFormatter, RefusesEverythingElse) {
     for (const std::string_view text : refusedByBoth) {
         SCOPED_TRACE(text);
-        EXPECT_EQ(parsed(whole, text), std::nullopt);
+        EXPECT_EQ(parsed(wholeSeconds, text), std::nullopt);
         EXPECT_EQ(parsed(fractional, text), std::nullopt);
     }
-    EXPECT_EQ(parsed(whole, std::string_view("2025-03-14T09:30:00Z\0", 21)), std::nullopt);
+    EXPECT_EQ(parsed(wholeSeconds, std::string_view("2025-03-14T09:30:00Z\0", 21)), std::nullopt);
 }
 
 TEST(ISO8601DateFormatter, RefusesEveryTextCutShort) {
@@ -143,7 +143,7 @@ TEST(ISO8601DateFormatter, RefusesEveryTextCutShort) {
 struct Written {
     std::int64_t milliseconds;
     std::string_view fractional;
-    std::string_view whole;
+    std::string_view wholeSeconds;
 };
 
 constexpr Written writtenDates[] = {
@@ -160,7 +160,7 @@ TEST(ISO8601DateFormatter, WritesUTC) {
     for (const Written& date : writtenDates) {
         const Instant instant{std::chrono::milliseconds(date.milliseconds)};
         EXPECT_EQ(fractional.stringFromDate(instant), date.fractional);
-        EXPECT_EQ(whole.stringFromDate(instant), date.whole);
+        EXPECT_EQ(wholeSeconds.stringFromDate(instant), date.wholeSeconds);
     }
 }
 
