@@ -26,11 +26,25 @@ def packages(build, output, root=ROOT, **variables):
     return package, archive
 
 
-def configure_and_build(root):
+def build(folder):
+    subprocess.run(["cmake", "--build", folder, "--target", "quenbrook"], check=True,
+                   capture_output=True)
+
+
+def copy_and_build(root):
     """A release build of a copy of the sources, as scripts/setup.sh makes it."""
-    for arguments in (["--preset", "release"], ["--build", "build/release", "--target", "quenbrook"]):
-        subprocess.run(["cmake", *arguments], cwd=root, check=True, capture_output=True)
+    root.mkdir()
+    for part in ("CMakeLists.txt", "CMakePresets.json", "CHANGELOG.md", "README.md"):
+        shutil.copy(ROOT / part, root)
+    for part in ("src", "platform", "packaging", "docs"):
+        shutil.copytree(ROOT / part, root / part, copy_function=shutil.copy)
+    subprocess.run(["cmake", "--preset", "release"], cwd=root, check=True, capture_output=True)
+    build(root / "build/release")
     return root / "build/release"
+
+
+def setUpModule():
+    build(BUILD)
 
 
 class Package(unittest.TestCase):
@@ -44,8 +58,6 @@ class Package(unittest.TestCase):
         (admin / "info").mkdir()
         for name in ("status", "available"):
             (admin / name).touch()
-        subprocess.run(["cmake", "--build", str(BUILD), "--target", "quenbrook"], check=True,
-                       capture_output=True)
         cls.package, cls.archive = packages(BUILD, work / "packages")
         # The empty root has no packages at all, so none of the dependencies either.
         subprocess.run(["dpkg", f"--root={cls.root}", "--force-depends", "-i", str(cls.package)],
@@ -218,17 +230,12 @@ class BareRoot(unittest.TestCase):
 class Reproducibility(unittest.TestCase):
     def test_the_same_sources_make_the_same_packages_wherever_they_are_built(self):
         with tempfile.TemporaryDirectory() as folder:
-            built = []
-            for name in ("one", "another-and-longer"):
-                root = pathlib.Path(folder) / name
-                for part in ("CMakeLists.txt", "CMakePresets.json", "CHANGELOG.md", "README.md"):
-                    root.mkdir(exist_ok=True)
-                    shutil.copy(ROOT / part, root)
-                for part in ("src", "platform", "packaging", "docs"):
-                    shutil.copytree(ROOT / part, root / part, copy_function=shutil.copy)
-                built.append(packages(configure_and_build(root), root / "packages", root,
-                                      SOURCE_DATE_EPOCH="1700000000"))
-            for one, other in zip(*built):
+            work = pathlib.Path(folder)
+            root = work / "elsewhere"
+            moment = {"SOURCE_DATE_EPOCH": "1700000000"}
+            here = packages(BUILD, work / "here", **moment)
+            there = packages(copy_and_build(root), work / "there", root, **moment)
+            for one, other in zip(here, there):
                 self.assertEqual(one.name, other.name)
                 self.assertEqual(one.read_bytes(), other.read_bytes(), one.name)
 
