@@ -10,7 +10,9 @@ home=$(mktemp -d) || exit
 trap 'rm -rf "$home"' EXIT
 unset XDG_DATA_HOME XDG_CONFIG_HOME XDG_CACHE_HOME
 
-HOME=$home ctest --test-dir "$folder" -j2 --output-on-failure "$@"
+# One more than there are processors: a test waits for the disk now and then.
+jobs=$(($(getconf _NPROCESSORS_ONLN) + 1))
+HOME=$home ctest --test-dir "$folder" -j"$jobs" --output-on-failure "$@"
 status=$?
 
 # Every test lays out a place of its own; one that forgot has left its traces here.

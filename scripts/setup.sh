@@ -48,7 +48,7 @@ fail() {
 # The lock and the message channel stay out of every tool: a service that a package starts would
 # otherwise hold them for good.
 step() {
-    local what=$1
+    local what=$1 begun=$SECONDS
     shift
     printf '== %s: %s\n' "$what" "$*"
     if onTerminal; then
@@ -57,6 +57,7 @@ step() {
     fi
     "$@" 3>&- 9>&- || fail "$what"
     unfollow
+    printf '== %s: %d seconds\n' "$what" $((SECONDS - begun))
 }
 
 takeTurn() {
@@ -150,7 +151,7 @@ build() {
     local preset=$1 folder=$root/build/$1 options=()
     shift
     # Instrumented code makes GCC warn of what is not there, in its own headers even.
-    if [ "$command" = ci ] && [ "$preset" != asan-ubsan ] && [ "$preset" != tsan ]; then
+    if [ "$command" = ci ] && [ "$preset" != tsan ]; then
         options=(-DQUENBROOK_WERROR=ON)
     fi
     # A folder that was moved along with the tree, or set up by other presets, is configured afresh:
