@@ -6,38 +6,33 @@
 #include <limits>
 #include <map>
 
-namespace quenbrook::platform {
-
-// What the parser holds a number with a fraction or an exponent in. Only the literal counts here:
-// one beyond what a double can hold must not stop the parser, which asks whether it is finite.
-struct FloatingPoint {
-    // Trivial, since the parser has it in a union.
-    // cppcheck-suppress uninitMemberVar
-    FloatingPoint() = default;
-    FloatingPoint(double number) // NOLINT(google-explicit-constructor): as the parser has it
-        : value(number) {}
-    operator double&() { return value; }  // NOLINT(google-explicit-constructor)
-    operator double() const { return 0; } // NOLINT(google-explicit-constructor)
-
-    double value;
-};
-
-} // namespace quenbrook::platform
-
-// The parser asks this of its numbers, and that of libc++ takes none but arithmetic types.
-namespace std {
-inline bool isfinite(const quenbrook::platform::FloatingPoint&) {
-    return true;
-}
-} // namespace std
-
 #include <nlohmann/json.hpp>
 
 namespace quenbrook::platform {
 namespace {
 
+// No value is ever made of one: this keeps the type apart from every other of the parser's.
+template <class, class>
+struct NoSerializer;
+
 using Json = nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t,
-    std::uint64_t, FloatingPoint>;
+    std::uint64_t, double, std::allocator, NoSerializer>;
+using Bytes = decltype(nlohmann::detail::input_adapter(
+    std::declval<const char*>(), std::declval<const char*>()));
+using Lexer = nlohmann::detail::lexer<Json, Bytes>;
+
+} // namespace
+} // namespace quenbrook::platform
+
+// Only the literal of a number with a fraction or an exponent counts here. Its value must not: the
+// parser stops at one that is beyond what a double can hold.
+template <>
+constexpr double quenbrook::platform::Lexer::get_number_float() const noexcept {
+    return 0;
+}
+
+namespace quenbrook::platform {
+namespace {
 
 // What the parser calls; hands every value on to the sink of the container it stands in.
 class Events {
@@ -56,7 +51,7 @@ class Events {
         return value <= largest ? scalar(static_cast<std::int64_t>(value))
                                 : scalar(JsonOtherNumber{});
     }
-    bool number_float(const FloatingPoint&, const std::string& literal) {
+    bool number_float(double, const std::string& literal) {
         const auto value = integerValueOf(literal);
         return value ? scalar(*value) : scalar(JsonOtherNumber{});
     }
