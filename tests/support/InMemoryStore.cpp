@@ -115,9 +115,9 @@ std::int64_t InMemoryStore::authorizationStatus() {
 
 void InMemoryStore::requestFullAccess(platform::AccessCompletion completion) {
     calls.emplace_back("requestFullAccess()");
-    auto answer = [prompt = prompt, completion = std::move(completion)] {
-        completion(prompt.granted,
-            prompt.error ? std::optional<PlatformError>(*prompt.error) : std::nullopt);
+    auto answer = [given = prompt, completion = std::move(completion)] {
+        completion(
+            given.granted, given.error ? std::optional<PlatformError>(*given.error) : std::nullopt);
     };
     if (!prompt.answersLate) {
         answer();

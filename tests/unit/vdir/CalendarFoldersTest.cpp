@@ -31,7 +31,8 @@ class CalendarListings : public testing::Test {
 
     Calendar only() const {
         const std::vector<Calendar> calendars = listed();
-        return calendars.size() == 1 ? calendars.front() : Calendar{"not one calendar"};
+        return calendars.size() == 1 ? calendars.front()
+                                     : Calendar{.identifier = "not one calendar"};
     }
 
     test::Files files_;

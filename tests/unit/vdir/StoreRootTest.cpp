@@ -188,7 +188,7 @@ TEST_F(NewRoots, WithoutAccessHoldNothing) {
         changes.title = "x";
         changes.start = changes.end = Instant();
         changes.isAllDay = false;
-        EXPECT_FALSE(opened->create(Calendar{"local/calendar"}, changes));
+        EXPECT_FALSE(opened->create(Calendar{.identifier = "local/calendar"}, changes));
     }
 }
 

@@ -190,7 +190,8 @@ TEST_F(Stores, KeepApartCalendarsOfWhichOneBeginsLikeTheOther) {
     EXPECT_EQ(events[0].title, "in a");
     EXPECT_TRUE(opened->events(day(2026, 1, 1), day(2026, 2, 1), std::vector<Calendar>{}).empty());
     EXPECT_TRUE(
-        opened->events(day(2026, 1, 1), day(2026, 2, 1), std::vector<Calendar>{{"b"}}).empty());
+        opened->events(day(2026, 1, 1), day(2026, 2, 1), std::vector<Calendar>{{.identifier = "b"}})
+            .empty());
 }
 
 TEST_F(Stores, CreateAFileOfItsOwnForEachEvent) {
@@ -329,9 +330,9 @@ TEST_F(Stores, RefuseToCreateWhatCannotBeHeldOrHasNoCalendar) {
     EventChanges backwards = newEvent("x");
     std::swap(backwards.start, backwards.end);
     EXPECT_FALSE(opened->create(calendar, backwards));
-    EXPECT_FALSE(opened->create(Calendar{"../c"}, newEvent("x")));
-    EXPECT_FALSE(opened->create(Calendar{"c/"}, newEvent("x")));
-    EXPECT_FALSE(opened->create(Calendar{""}, newEvent("x")));
+    EXPECT_FALSE(opened->create(Calendar{.identifier = "../c"}, newEvent("x")));
+    EXPECT_FALSE(opened->create(Calendar{.identifier = "c/"}, newEvent("x")));
+    EXPECT_FALSE(opened->create(Calendar{.identifier = ""}, newEvent("x")));
     EXPECT_EQ(files_.names("c"), Names{});
     EXPECT_EQ(files_.names(), Names{"c"});
 }
