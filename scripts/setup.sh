@@ -90,9 +90,19 @@ asRoot() {
     if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
 }
 
-installDebianPackages() {
-    local wanted present absent
+# Prints what NN stands for. Only one release of libc++ can be installed: one that is there stays. Before
+# apt has its lists there is none.
+libcxxRelease() {
+    {
+        dpkg-query -W -f='${db:Status-Status} ${Package}\n' 'libc++-*-dev' | sed -n 's/^installed //p'
+        apt-cache pkgnames libc++- | sort -V
+    } | awk -F- '/^libc\+\+-[0-9]+-dev$/ && $2 >= 16 && !found++ { print $2 }'
+}
+
+absentDebianPackages() {
+    local wanted present
     wanted=$(packages 1)
+    wanted=${wanted//NN/$(libcxxRelease)}
     # shellcheck disable=SC2086
     present=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' $wanted |
         sed -n 's/^installed //p')
@@ -101,14 +111,17 @@ installDebianPackages() {
         present="$present
 npm"
     fi
-    absent=$(missing "$wanted" "$present")
-    [ -n "$absent" ] || return 0
+    missing "$wanted" "$present"
+}
+
+installDebianPackages() {
+    [ -n "$(absentDebianPackages)" ] || return 0
     # Asked for here, a password is not asked for under a line that comes again and again.
     asRoot true 3>&- 9>&- || fail "asking for the rights to install"
     step "fetching the package lists" asRoot apt-get -o DPkg::Lock::Timeout=600 update
-    # shellcheck disable=SC2086
+    # shellcheck disable=SC2046
     step "installing packages" asRoot env DEBIAN_FRONTEND=noninteractive apt-get \
-        -o DPkg::Lock::Timeout=600 install -y --no-install-recommends $absent
+        -o DPkg::Lock::Timeout=600 install -y --no-install-recommends $(absentDebianPackages)
 }
 
 # A formula may be installed under the name of one of its versions (icu4c is icu4c@NN): whether it is,
@@ -204,6 +217,7 @@ ci)
     build dev
     build asan-ubsan
     build tsan --target quenbrook vdir_unit_tests contract_vdir
+    build libcxx
     step "bringing the headers of macOS" bash tests/darwin/toolchain.sh build/darwin
     ;;
 esac

@@ -1,0 +1,79 @@
+"""Which packages the set-up asks apt for, where the distribution decides it."""
+
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+TOOLS = {
+    # Of the packages that are asked for, everything is there but what is named after a release.
+    "dpkg-query": r"""for name; do
+        case $name in
+        -*) ;;
+        libc++-\*-dev) sed 's/.*/installed &/' "$ROOT/installed" ;;
+        clang-[0-9]* | clang- | libc++*) grep -qxF "$name" "$ROOT/installed" && echo "installed $name" ;;
+        *) echo "installed $name" ;;
+        esac
+    done""",
+    "apt-cache": 'cat "$ROOT/known"',
+    "apt-get": """case "$*" in
+        *update*) cp "$ROOT/mirror" "$ROOT/known" ;;
+        *) echo "${*#* install -y --no-install-recommends }" >>"$ROOT/asked" ;;
+        esac""",
+    "cmake": """case "$*" in *--preset*) mkdir -p "build/$3" && touch "build/$3/build.ninja" ;; esac""",
+    "id": "echo 0",
+    "npm": "exit 0",
+}
+
+
+class ReleaseOfLibcxx(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name).resolve()
+        shutil.copytree(ROOT / "scripts", self.root / "scripts")
+        shutil.copy(ROOT / "CMakePresets.json", self.root)
+        for name in ("tools", "tests/darwin"):
+            (self.root / name).mkdir(parents=True)
+        (self.root / "tests/darwin/toolchain.sh").touch()
+        for name, script in TOOLS.items():
+            (self.root / "tools" / name).write_text(f"#!/bin/sh\n{script}\n")
+            (self.root / "tools" / name).chmod(0o755)
+
+    def asked(self, mirror, known=None, installed=()):
+        """What apt was asked to install, given what it and the machine have."""
+        for name, packages in (("mirror", mirror), ("installed", installed),
+                               ("known", mirror if known is None else known)):
+            (self.root / name).write_text("".join(package + "\n" for package in packages))
+        subprocess.run(
+            ["bash", self.root / "scripts/setup.sh", "ci"], check=True, stdin=subprocess.DEVNULL,
+            env={"PATH": f"{self.root}/tools:/usr/bin:/bin", "ROOT": str(self.root)})
+        asked = self.root / "asked"
+        return asked.read_text().split() if asked.exists() else []
+
+    def test_is_the_oldest_that_is_new_enough(self):
+        self.assertEqual(
+            self.asked(["libc++-dev", "libc++-100-dev", "libc++-9-dev", "libc++-15-dev",
+                        "libc++-17-dev-wasm32", "libc++-18-dev", "libc++-19-dev"]),
+            ["clang-18", "libc++-18-dev", "libc++abi-18-dev"])
+
+    def test_is_found_once_the_lists_of_packages_are_there(self):
+        self.assertEqual(self.asked(["libc++-16-dev", "libc++-19-dev"], known=[]),
+                         ["clang-16", "libc++-16-dev", "libc++abi-16-dev"])
+
+    def test_is_the_one_that_is_installed(self):
+        self.assertEqual(
+            self.asked(["libc++-16-dev", "libc++-19-dev"], installed=["libc++-19-dev"]),
+            ["clang-19", "libc++abi-19-dev"])
+
+    def test_installs_nothing_when_all_is_there(self):
+        self.assertEqual(
+            self.asked(["libc++-16-dev"], installed=["clang-16", "libc++-16-dev", "libc++abi-16-dev"]),
+            [])
+
+
+if __name__ == "__main__":
+    unittest.main()
