@@ -18,6 +18,8 @@ LARGEST_FOR_PEERS = 10_000
 DATA = BUILD / "data"
 PROGRAM = BUILD / "src" / "quenbrook"
 DROP_CACHES = pathlib.Path("/proc/sys/vm/drop_caches")
+# Of the program, when it has to wait for the disk.
+MOST_THREADS = 32
 MONTH = {"startISO": "2026-03-01T00:00:00Z", "endISO": "2026-04-01T00:00:00Z"}
 CALENDAR = "account/calendar"
 # To reading alone with one thread, by the number of events.
@@ -155,9 +157,9 @@ def start_up():
         f'{number} "{name}" {times.milliseconds:.3f}\n' for number, (name, times) in enumerate(rows)))
 
 
-def threads(size):
-    """As many as the program reads with."""
-    return max(1, min(32, size // 64))
+def threads(size, most=len(os.sched_getaffinity(0))):
+    """As many as the program reads with, from memory or at most."""
+    return max(1, min(most, size // 64))
 
 
 def bare_reading(size, count):
@@ -187,10 +189,10 @@ def reading(size, count, cold):
     if cold:
         read, crowd, one_month = measure_cold(
             [tool("bench_read_all"), PROGRAM], bare_reading(size, 1),
-            bare_reading(size, threads(size)), program(size, "list-events", MONTH))
+            bare_reading(size, threads(size, MOST_THREADS)), program(size, "list-events", MONTH))
         report("cold: reading every file, 1 thread", read)
         report("cold: list-events of one month", one_month, read, GOALS_COLD.get(size))
-        report(f"cold: reading every file, {threads(size)} threads", crowd)
+        report(f"cold: reading every file, {threads(size, MOST_THREADS)} threads", crowd)
         report("cold: list-events, to as many threads", one_month, crowd,
                GOALS_COLD.get(size) and 1.35)
         note("list-events", "cold", size, one_month)
