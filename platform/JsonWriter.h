@@ -102,7 +102,9 @@ void appendJson(std::string& out, const T& value) {
 // Encodes a record of one list, which it is given element by element. Grows piece by piece, for a
 // text of hundreds of megabytes that is moved on growing takes twice its memory.
 template <JsonRecord Record>
-requires(fieldCount<Record> == 1) class JsonListWriter {
+class JsonListWriter {
+    static_assert(fieldCount<Record> == 1);
+
   public:
     explicit JsonListWriter(std::size_t pieceSize = largePiece)
         : pieceSize_(pieceSize) {

@@ -78,8 +78,8 @@ class Bus {
     Message call(Deadline deadline, const Target& target, const char* method,
         const Arguments&... arguments) {
         std::optional<Outcome> outcome;
-        const PendingCall pending = send(
-            target, method, [&](Outcome ended) { outcome = std::move(ended); }, arguments...);
+        const auto take = [&](Outcome ended) { outcome = std::move(ended); };
+        const PendingCall pending = send(target, method, take, arguments...);
         if (!serveUntil(deadline, [&] { return outcome.has_value(); })) {
             throw BusError(DBUS_ERROR_TIMEOUT);
         }

@@ -108,7 +108,7 @@ auto at(const std::string& call, Real real) -> decltype(real()) {
 
 std::string nameFor(int descriptor, const std::string& call) {
     static auto* const real = next<int(int, struct stat*)>("fstat");
-    struct stat status {};
+    struct stat status = {};
     return real(descriptor, &status) == 0 && S_ISDIR(status.st_mode) ? call + "-folder" : call;
 }
 

@@ -90,9 +90,9 @@ class NamedStarts {
 
     template <class Key, class Take>
     static void forEachAt(const Places<Key>& places, const Key& key, Take take) {
-        for (auto at =
-                 std::lower_bound(places.begin(), places.end(), std::pair(key, std::size_t{0}));
-             at != places.end() && at->first == key && take(at->second); ++at) {
+        auto at = std::lower_bound(places.begin(), places.end(), std::pair(key, std::size_t{0}));
+        while (at != places.end() && at->first == key && take(at->second)) {
+            ++at;
         }
     }
 
@@ -204,9 +204,9 @@ void Series::takeMasters(std::vector<EventComponent> masters) {
 void Series::findOwners() {
     // A lone master may have any exception that speaks of one occurrence: to nothing, it hides
     // nothing. What speaks of later ones must not get hold of them by the way.
-    const bool isPlain =
-        masters_.size() < 2 && std::none_of(exceptions_.begin(), exceptions_.end(),
-                                   [](const EventComponent& each) { return each.isThisAndFuture; });
+    const bool someSpeakOfLaterOnes = std::any_of(exceptions_.begin(), exceptions_.end(),
+        [](const EventComponent& each) { return each.isThisAndFuture; });
+    const bool isPlain = masters_.size() < 2 && !someSpeakOfLaterOnes;
     owners_.assign(exceptions_.size(), isPlain && !masters_.empty() ? &masters_.front() : nullptr);
     if (!isPlain && !exceptions_.empty()) {
         lookForOwners();
@@ -220,14 +220,14 @@ void Series::findOwners() {
 
 void Series::lookForOwners() {
     const NamedStarts names(exceptions_);
+    const sys_seconds last = names.last() + zoneRoom;
     // A day that is named means a time only where no set has the day, and the other way round.
     for (const bool ofOwnKind : {true, false}) {
         for (const EventComponent& master : masters_) {
-            RecurrenceSet set(master, names.first() - zoneRoom, names.last() + zoneRoom, budget_);
+            RecurrenceSet set(master, names.first() - zoneRoom, last, budget_);
             // An exception keeps its master when its occurrence is excluded.
             set.keepExcluded();
-            for (auto start = set.next(); start && start->instant <= names.last() + zoneRoom;
-                 start = set.next()) {
+            for (auto start = set.next(); start && start->instant <= last; start = set.next()) {
                 names.forEachNaming(start->value, master, ofOwnKind, [&](std::size_t exception) {
                     if (!owners_[exception]) {
                         owners_[exception] = &master;
