@@ -98,7 +98,8 @@ if cppcheck --check-level=exhaustive --version >/dev/null 2>&1; then
 fi
 report "cppcheck" "$(
     cppcheck -j "$(getconf _NPROCESSORS_ONLN)" --std=c++20 --language=c++ \
-        --enable=warning,performance,portability --inline-suppr --suppress=missingIncludeSystem --quiet ${depth[@]+"${depth[@]}"} -I. platform src 2>&1
+        --enable=warning,performance,portability --inline-suppr --suppress=missingIncludeSystem \
+        --quiet ${depth[@]+"${depth[@]}"} -I. platform src 2>&1
 )"
 
 # tidy FOLDER CHECKS: clang-tidy's findings in the files that standard input names, read with the options

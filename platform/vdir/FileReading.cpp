@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <mutex>
 #include <optional>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <sys/resource.h>
@@ -84,17 +86,20 @@ class FileQueue {
     std::atomic<std::size_t> end_ = SIZE_MAX;
 };
 
-// How often the calling thread has waited for something since it began; nothing where the system
-// does not count.
-std::optional<long> waitsSoFar() {
 #ifdef RUSAGE_THREAD
+constexpr bool countsWaits = true;
+// How often the calling thread has waited for something since it began.
+long waitsSoFar() {
     struct rusage usage = {};
-    if (::getrusage(RUSAGE_THREAD, &usage) == 0) {
-        return usage.ru_nvcsw;
-    }
-#endif
-    return std::nullopt;
+    ::getrusage(RUSAGE_THREAD, &usage);
+    return usage.ru_nvcsw;
 }
+#else
+constexpr bool countsWaits = false;
+long waitsSoFar() {
+    return 0;
+}
+#endif
 
 // Tells from a few files at a time whether they come from memory or from a disk.
 class DiskWatch {
@@ -104,27 +109,27 @@ class DiskWatch {
         if (++files_ % filesAtATime != 0) {
             return false;
         }
-        const long before = waits_;
-        waits_ = waitsSoFar().value_or(before);
-        return waits_ - before >= filesAtATime / 4;
+        const long before = std::exchange(waits_, waitsSoFar());
+        // After the first few there is nothing yet to compare with.
+        return files_ > filesAtATime && waits_ - before >= filesAtATime / 4;
     }
 
     // For waits that were not for a disk.
-    void startAfresh() { *this = DiskWatch(); }
+    void startAfresh() { files_ = 0; }
 
   private:
-    static constexpr long filesAtATime = 16;
+    static constexpr long filesAtATime = 8;
 
     long files_ = 0;
-    long waits_ = waitsSoFar().value_or(0);
+    long waits_ = 0;
 };
 
 class Reading {
   public:
     Reading(const ReadingThreads& threads, const FileVisit& visit)
         : limits_(threads)
+        , atFirst_(threads.atFirst)
         , visit_(visit)
-        , isSlow_(!waitsSoFar())
         , others_([this] { readShares([] {}); }) {}
 
     void run(const FileList& list) {
@@ -147,8 +152,18 @@ class Reading {
   private:
     // Only from the thread that has made this.
     void callOthers() {
-        const std::size_t most = isSlow_ ? limits_.most : std::min(limits_.atFirst, limits_.most);
-        others_.growTo(std::clamp<std::size_t>(count_ / limits_.filesForEach, 1, most) - 1);
+        const std::size_t most = std::min(count_ / limits_.filesForEach, limits_.most);
+        if (most > 1) {
+            others_.growTo((isSlow_ ? most : std::min(most, atFirst())) - 1);
+        }
+    }
+
+    // To count the processors takes as long as to read a few files.
+    std::size_t atFirst() {
+        if (!atFirst_) {
+            atFirst_ = std::max(1U, std::thread::hardware_concurrency());
+        }
+        return *atFirst_;
     }
 
     template <class AfterEach>
@@ -180,7 +195,9 @@ class Reading {
         errno = 0;
         const auto text = reader.read(*file.folder, *file.entry);
         if (text) {
-            visit(number, *text);
+            if (!visit_(number, *text)) {
+                queue_.endAt(number);
+            }
         } else if (errno == EMFILE || errno == ENFILE) {
             const std::lock_guard lock(postponing_);
             postponed_.emplace_back(number, file);
@@ -190,29 +207,21 @@ class Reading {
     // Alone, one descriptor is enough.
     void readPostponed() {
         FileReader reader;
-        std::sort(postponed_.begin(), postponed_.end(),
+        auto files = std::exchange(postponed_, {});
+        std::sort(files.begin(), files.end(),
             [](const auto& left, const auto& right) { return left.first < right.first; });
-        for (const auto& [number, file] : postponed_) {
-            const auto text =
-                queue_.isWanted(number) ? reader.read(*file.folder, *file.entry) : std::nullopt;
-            if (text) {
-                visit(number, *text);
-            }
-        }
-    }
-
-    void visit(std::size_t number, std::string_view text) {
-        if (!visit_(number, text)) {
-            queue_.endAt(number);
+        for (const auto& [number, file] : files) {
+            read(file, number, reader);
         }
     }
 
     const ReadingThreads& limits_;
+    std::optional<std::size_t> atFirst_;
     const FileVisit& visit_;
     FileQueue queue_;
     std::size_t count_ = 0;
     // Some thread has had to wait for a disk.
-    std::atomic<bool> isSlow_;
+    std::atomic<bool> isSlow_ = !countsWaits;
     std::mutex largeFiles_;
     std::mutex postponing_;
     std::vector<std::pair<std::size_t, FileToRead>> postponed_;

@@ -2,20 +2,20 @@
 
 #include "platform/vdir/Folder.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string_view>
-#include <thread>
 
 namespace quenbrook::platform::vdir {
 
 // How many threads read at once, the calling one among them.
 struct ReadingThreads {
-    // As many as there are processors: more do not read any faster what is in memory.
-    std::size_t atFirst = std::max(1U, std::thread::hardware_concurrency());
-    // Once the calling thread has had to wait for a disk, which has several requests under way at
-    // once. Where the system does not tell, these read from the beginning.
+    // As many as there are processors when it is not said: more do not read any faster what is in
+    // memory.
+    std::optional<std::size_t> atFirst;
+    // Once one of them has had to wait for a disk, which has several requests under way at once.
+    // Where the system does not tell, these read from the beginning.
     std::size_t most = 32;
     // Fewer than these are read sooner than a thread is started.
     std::size_t filesForEach = 64;

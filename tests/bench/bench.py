@@ -157,7 +157,7 @@ def start_up():
         f'{number} "{name}" {times.milliseconds:.3f}\n' for number, (name, times) in enumerate(rows)))
 
 
-def threads(size, most=len(os.sched_getaffinity(0))):
+def threads(size, most=os.cpu_count()):
     """As many as the program reads with, from memory or at most."""
     return max(1, min(most, size // 64))
 
