@@ -41,15 +41,16 @@ using Summaries = std::vector<const EventSummary*>;
 
 // The components by UID, in the order in which the UIDs appear; a UID of which no component can
 // touch the range is left out.
-std::vector<Summaries> candidates(const Outline& outline, const DayRange& wanted) {
+std::vector<Summaries> candidates(
+    std::string_view text, const Outline& outline, const DayRange& wanted) {
     if (outline.events.size() == 1) {
         const EventSummary& only = outline.events.front();
         return only.mayTouch(wanted) ? std::vector<Summaries>{{&only}} : std::vector<Summaries>{};
     }
     std::vector<Summaries> groups;
-    std::unordered_map<std::string_view, std::size_t> places;
+    std::unordered_map<std::string, std::size_t> places;
     for (const EventSummary& event : outline.events) {
-        const auto [place, isNew] = places.emplace(event.uid, groups.size());
+        const auto [place, isNew] = places.emplace(uidOf(text, event), groups.size());
         if (isNew) {
             groups.emplace_back();
         }
@@ -72,7 +73,7 @@ std::vector<FoundOccurrence> RangeQuery::occurrencesIn(std::string_view text) co
     std::vector<FoundOccurrence> occurrences;
     CalendarStream stream(text);
     std::size_t size = 0;
-    for (const Summaries& group : candidates(stream.outline(), daysAround(from_, until_))) {
+    for (const Summaries& group : candidates(text, stream.outline(), daysAround(from_, until_))) {
         const auto series = stream.series(group);
         if (!series) {
             continue;

@@ -43,7 +43,7 @@ std::unique_ptr<const Series> CalendarStream::series(
 std::unique_ptr<const Series> CalendarStream::series(std::string_view uid) {
     std::vector<const EventSummary*> components;
     for (const EventSummary& event : outline_.events) {
-        if (event.uid == uid) {
+        if (uidOf(text_, event) == uid) {
             components.push_back(&event);
         }
     }
@@ -51,8 +51,10 @@ std::unique_ptr<const Series> CalendarStream::series(std::string_view uid) {
 }
 
 bool CalendarStream::holdsInCalendar(std::string_view uid) const {
-    return std::all_of(outline_.events.begin(), outline_.events.end(),
-        [&](const EventSummary& event) { return event.isInCalendar || event.uid != uid; });
+    return std::all_of(
+        outline_.events.begin(), outline_.events.end(), [&](const EventSummary& event) {
+            return event.isInCalendar || uidOf(text_, event) != uid;
+        });
 }
 
 TimeZones& CalendarStream::zones() {

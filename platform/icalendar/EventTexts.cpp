@@ -149,8 +149,9 @@ std::string StreamAssembly::stream() const {
 std::vector<EventText> eventTexts(std::string_view stream, std::string_view uid) {
     std::vector<EventText> events;
     for (const EventSummary& summary : outlineOf(stream).events) {
-        const auto component =
-            summary.uid == uid ? ParsedComponent::parse(stream, summary.range) : std::nullopt;
+        const auto component = uidOf(stream, summary) == uid
+                                   ? ParsedComponent::parse(stream, summary.range)
+                                   : std::nullopt;
         if (!component) {
             continue;
         }

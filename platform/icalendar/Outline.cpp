@@ -1,6 +1,7 @@
 #include "platform/icalendar/Outline.h"
 
 #include "platform/Text.h"
+#include "platform/icalendar/text/ContentLine.h"
 #include "platform/icalendar/time/DateTime.h"
 
 #include <algorithm>
@@ -64,15 +65,8 @@ class OutlineReader {
         , position_(text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0) {}
 
     Outline read() {
-        while (position_ < text_.size()) {
-            lineBegin_ = position_;
-            const std::size_t feed = text_.find('\n', position_);
-            position_ = feed == std::string_view::npos ? text_.size() : feed + 1;
-            if (mayCount(text_.substr(lineBegin_, 2))) {
-                take(logicalLine(feed));
-            } else {
-                skipContinuations();
-            }
+        while (const auto line = nextThatMayCount()) {
+            take(*line);
         }
         abandon();
         return std::move(outline_);
@@ -81,15 +75,22 @@ class OutlineReader {
   private:
     bool isInEvent() const { return depth_ == 1 && isEvent_; }
 
-    bool mayCount(std::string_view firstTwo) const {
+    // The next logical line that the filter lets through; it lets none through that continues
+    // another.
+    std::optional<std::string_view> nextThatMayCount() {
         const LineFilter& filter = isInEvent() ? boundariesAndProperties : boundaries;
-        return firstTwo.size() == 2 && filter.mayCount(firstTwo[0], firstTwo[1]);
-    }
-
-    void skipContinuations() {
-        while (const auto more = continuationAt(text_, position_)) {
-            position_ = more->next;
+        std::size_t begin = position_;
+        while (begin + 1 < text_.size()) {
+            const std::size_t feed = text_.find('\n', begin);
+            const std::size_t next = feed == std::string_view::npos ? text_.size() : feed + 1;
+            if (filter.mayCount(text_[begin], text_[begin + 1])) {
+                lineBegin_ = begin;
+                position_ = next;
+                return logicalLine(feed);
+            }
+            begin = next;
         }
+        return std::nullopt;
     }
 
     // The line from lineBegin_ to its line feed, with what continues it.
@@ -111,18 +112,24 @@ class OutlineReader {
     }
 
     void take(std::string_view line) {
-        if (line.empty()) {
-            return;
-        }
-        const char first = static_cast<char>(line.front() | 0x20);
-        if (first == 'b' && line.size() > 6 && equalsIgnoringCase(line.substr(0, 6), "BEGIN:")) {
-            begin(trimmed(line.substr(6)));
-        } else if (first == 'e' && line.size() > 4 &&
-                   equalsIgnoringCase(line.substr(0, 4), "END:")) {
-            end(trimmed(line.substr(4)));
+        if (const auto begun = after("BEGIN:", line)) {
+            begin(*begun);
+        } else if (const auto ended = after("END:", line)) {
+            end(*ended);
         } else if (isInEvent()) {
-            property(line, first);
+            property(line);
         }
+    }
+
+    // What stands behind this beginning of the line; nothing when the line begins otherwise or
+    // there is nothing more.
+    static std::optional<std::string_view> after(
+        std::string_view beginning, std::string_view line) {
+        if (line.size() <= beginning.size() ||
+            !equalsIgnoringCase(line.substr(0, beginning.size()), beginning)) {
+            return std::nullopt;
+        }
+        return trimmed(line.substr(beginning.size()));
     }
 
     void begin(std::string_view name) {
@@ -139,6 +146,7 @@ class OutlineReader {
             event_.isInCalendar = inCalendar_;
             hasStart_ = hasEnd_ = false;
             start_ = last_ = std::nullopt;
+            longest_ = days{0};
             daysKnown_ = true;
         } else {
             ++depth_;
@@ -174,44 +182,73 @@ class OutlineReader {
             ++outline_.others;
         } else {
             if (daysKnown_ && start_) {
-                event_.days = DayRange{*start_, std::max(*start_, last_.value_or(*start_))};
+                event_.days =
+                    DayRange{*start_, std::max(*start_ + longest_, last_.value_or(*start_))};
             }
-            outline_.events.push_back(std::move(event_));
+            outline_.events.push_back(event_);
         }
     }
 
-    void property(std::string_view line, char first) {
-        const std::string_view name = line.substr(0, nameLength(line));
+    void property(std::string_view line) {
         // Of a property that is there twice, the first counts.
-        if (first == 'u' && event_.uid.empty() && equalsIgnoringCase(name, "UID")) {
-            if (const auto content = parseContentLine(line)) {
-                event_.uid = decodeText(content->value);
+        if (event_.uidLine.end == 0 && isNamed(line, "UID")) {
+            const auto content = parseContentLine(line);
+            if (content && !content->value.empty()) {
+                event_.uidLine = {lineBegin_, position_};
             }
-        } else if (first == 'd' && !hasStart_ && equalsIgnoringCase(name, "DTSTART")) {
+        } else if (!hasStart_ && isNamed(line, "DTSTART")) {
             hasStart_ = true;
             start_ = dayOf(line);
-        } else if (first == 'd' && !hasEnd_ && equalsIgnoringCase(name, "DTEND")) {
+        } else if (!hasEnd_ && isNamed(line, "DTEND")) {
             hasEnd_ = true;
             last_ = dayOf(line);
-        } else if (first == 'd' && equalsIgnoringCase(name, "DURATION")) {
-            daysKnown_ = false;
-        } else if (first == 'r' && equalsIgnoringCase(name, "RRULE")) {
+        } else if (isNamed(line, "DURATION")) {
+            extend(line);
+        } else if (isNamed(line, "RRULE")) {
             event_.until = event_.hasRule ? std::nullopt : untilOf(line);
             event_.hasRule = true;
-        } else if (first == 'r' && equalsIgnoringCase(name, "RDATE")) {
+        } else if (isNamed(line, "RDATE")) {
             event_.hasAddedDates = true;
-        } else if (first == 'r' && equalsIgnoringCase(name, "RECURRENCE-ID")) {
+        } else if (isNamed(line, "RECURRENCE-ID")) {
             const auto content = parseContentLine(line);
             event_.movesOthers =
                 event_.movesOthers || (content && parameterValue(*content, "RANGE").has_value());
         }
     }
 
+    // Faster than to look for the end of the line's name first.
+    static bool isNamed(std::string_view line, std::string_view name) {
+        const bool ends =
+            line.size() == name.size() ||
+            (line.size() > name.size() && (line[name.size()] == ':' || line[name.size()] == ';'));
+        return ends && equalsIgnoringCase(line.substr(0, name.size()), name);
+    }
+
     std::optional<sys_days> dayOf(std::string_view line) {
-        const std::size_t colon = line.rfind(':');
-        const auto day = parseDate(line.substr(std::min(colon + 1, line.size())).substr(0, 8));
+        const auto day = parseDate(dateValue(line).substr(0, 8));
         daysKnown_ = daysKnown_ && day;
         return day;
+    }
+
+    // An event that has both ends by DTEND, if that can be read.
+    void extend(std::string_view line) {
+        const auto content = parseContentLine(line);
+        const auto duration = content ? parseDuration(content->value) : std::nullopt;
+        daysKnown_ = daysKnown_ && duration;
+        if (duration) {
+            longest_ =
+                std::max(longest_, duration->days + std::chrono::ceil<days>(duration->seconds));
+        }
+    }
+
+    // Nearly every value has one of three lengths.
+    static std::string_view dateValue(std::string_view line) {
+        for (const std::size_t length : {15U, 16U, 8U}) {
+            if (line.size() > length && line[line.size() - length - 1] == ':') {
+                return line.substr(line.size() - length);
+            }
+        }
+        return line.substr(line.rfind(':') + 1);
     }
 
     static std::optional<sys_days> untilOf(std::string_view line) {
@@ -238,6 +275,8 @@ class OutlineReader {
     bool hasEnd_ = false;
     std::optional<sys_days> start_;
     std::optional<sys_days> last_;
+    // By DURATION.
+    days longest_{0};
     bool daysKnown_ = true;
     Outline outline_;
 };
@@ -262,6 +301,17 @@ bool EventSummary::mayTouch(const DayRange& wanted) const {
 
 Outline outlineOf(std::string_view text) {
     return OutlineReader(text).read();
+}
+
+std::string uidOf(std::string_view text, const EventSummary& event) {
+    std::string line;
+    const std::string_view lines = text.substr(0, event.uidLine.end);
+    auto piece = physicalLineAt(lines, event.uidLine.begin);
+    for (; piece; piece = physicalLineAt(lines, piece->next)) {
+        line += piece->text.substr(line.empty() ? 0 : 1);
+    }
+    const auto content = parseContentLine(line);
+    return content ? decodeText(content->value) : std::string();
 }
 
 } // namespace quenbrook::platform::icalendar

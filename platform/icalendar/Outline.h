@@ -1,12 +1,13 @@
 #pragma once
 
-#include "platform/icalendar/text/Component.h"
+#include "platform/icalendar/text/TextRange.h"
 
 #include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include <absl/container/inlined_vector.h>
 
 namespace quenbrook::platform::icalendar {
 
@@ -19,10 +20,10 @@ struct DayRange {
 // What one quick pass over a VEVENT tells, without parsing it.
 struct EventSummary {
     TextRange range;
-    // Decoded; empty when there is none.
-    std::string uid;
-    // The dates written in DTSTART and DTEND, whatever their zones; absent when they must be parsed
-    // to be known.
+    // Empty when there is no UID.
+    TextRange uidLine;
+    // The dates written in DTSTART and DTEND or after DURATION, whatever their zones; absent when
+    // they must be parsed to be known.
     std::optional<DayRange> days;
     // The date written in UNTIL, when there is one rule and it has one.
     std::optional<std::chrono::sys_days> until;
@@ -42,13 +43,17 @@ struct EventSummary {
 // or not, found in one pass that parses nothing; ranges are of the text that was looked at.
 // Components that are not closed, or not closed properly, are passed over.
 struct Outline {
-    std::vector<EventSummary> events;
-    std::vector<TextRange> timeZones;
+    // Nearly every file has one of each.
+    absl::InlinedVector<EventSummary, 1> events;
+    absl::InlinedVector<TextRange, 1> timeZones;
     // How many other complete components (VTODO, VJOURNAL, …) there are.
     std::size_t others = 0;
     // How many components were begun and never properly ended.
     std::size_t broken = 0;
 };
 Outline outlineOf(std::string_view text);
+
+// The UID, decoded, of an event in the outline of this text; empty when there is none.
+std::string uidOf(std::string_view text, const EventSummary& event);
 
 } // namespace quenbrook::platform::icalendar

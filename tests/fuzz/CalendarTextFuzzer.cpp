@@ -135,7 +135,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     const auto events = icalendar::outlineOf(text).events;
     if (!events.empty()) {
-        const std::string& uid = events[choice / 4 % events.size()].uid;
+        const std::string uid = icalendar::uidOf(text, events[choice / 4 % events.size()]);
         if (const auto found = icalendar::findEvent(text, uid)) {
             edits[question](text, *found);
         }

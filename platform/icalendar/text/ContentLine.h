@@ -47,6 +47,10 @@ inline bool equalsIgnoringCase(std::string_view left, std::string_view right) {
     if (left.size() != right.size()) {
         return false;
     }
+    // Nearly all files write names as the standard does.
+    if (left == right) {
+        return true;
+    }
     for (std::size_t i = 0; i < left.size(); ++i) {
         if (left[i] != right[i] && lower(left[i]) != lower(right[i])) {
             return false;

@@ -1,6 +1,7 @@
 #include "platform/icalendar/CalendarEdit.h"
 
 #include "platform/icalendar/Outline.h"
+#include "platform/icalendar/text/Component.h"
 #include "platform/icalendar/time/Zone.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/support/TemporaryFolder.h"

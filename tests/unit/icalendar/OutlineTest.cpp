@@ -114,7 +114,7 @@ TEST(Outlines, KeepWhatIsGoodBesideWhatIsBroken) {
             const Outline outline = outlineOf(text);
             std::vector<std::string> uids;
             for (const EventSummary& event : outline.events) {
-                uids.push_back(event.uid);
+                uids.push_back(uidOf(text, event));
             }
             EXPECT_EQ(uids, row.uids) << row.description;
             EXPECT_EQ(outline.timeZones.size(), row.timeZones) << row.description;
@@ -157,7 +157,7 @@ TEST(Outlines, SurviveNulBytesAndBinaryGarbage) {
     text += crlf(good) + "END:VCALENDAR\r\n";
     const Outline outline = outlineOf(text);
     ASSERT_EQ(outline.events.size(), 1u);
-    EXPECT_EQ(outline.events[0].uid, "good");
+    EXPECT_EQ(uidOf(text, outline.events[0]), "good");
 }
 
 TEST(Outlines, OfDeepNestingComeToAnEnd) {
@@ -168,7 +168,7 @@ TEST(Outlines, OfDeepNestingComeToAnEnd) {
     text += std::string(good) + "END:VCALENDAR\n";
     const Outline outline = outlineOf(text);
     ASSERT_EQ(outline.events.size(), 1u);
-    EXPECT_EQ(outline.events[0].uid, "good");
+    EXPECT_EQ(uidOf(text, outline.events[0]), "good");
     EXPECT_EQ(outline.broken, 1u);
 }
 
@@ -198,8 +198,17 @@ constexpr WindowCase windowCases[] = {
     {"a rule", "DTSTART:20260210T100000Z\nRRULE:FREQ=DAILY\n", false, true, true},
     {"a rule that ends in February",
         "DTSTART:20260110T100000Z\nRRULE:FREQ=DAILY;UNTIL=20260210T100000Z\n", true, true, false},
-    {"a duration, which must be read", "DTSTART:20260110T100000Z\nDURATION:P40D\n", true, true,
+    {"a duration", "DTSTART:20260110T100000Z\nDURATION:P40D\n", true, true, false},
+    {"a duration before the start", "DURATION:P6W\nDTSTART:20260110T100000Z\n", true, true, false},
+    {"a duration in hours", "DTSTART:20260131T235900Z\nDURATION:PT1H\n", true, true, false},
+    {"a duration into the past", "DTSTART:20260210T100000Z\nDURATION:-P40D\n", false, true, false},
+    {"a duration that cannot be read", "DTSTART:20260110T100000Z\nDURATION:long\n", true, true,
         true},
+    {"an end and a duration, of which the end may not be readable",
+        "DTSTART:20260110T100000Z\nDTEND:20260111T1\nDURATION:P40D\n", true, true, false},
+    {"a rule that ends in January, of events that last",
+        "DTSTART:20260101T100000Z\nDURATION:P20D\nRRULE:FREQ=DAILY;UNTIL=20260120T100000Z\n", true,
+        true, false},
     {"added dates, which must be read", "DTSTART:20260110T100000Z\nRDATE:20260310T100000Z\n", true,
         true, true},
     {"an exception", "RECURRENCE-ID:20260110T100000Z\nDTSTART:20260210T100000Z\n", false, true,

@@ -42,7 +42,7 @@ std::vector<Span> everySpan(std::string_view text) {
     CalendarStream stream(text);
     std::set<std::string> uids;
     for (const EventSummary& event : stream.outline().events) {
-        uids.insert(event.uid);
+        uids.insert(uidOf(text, event));
     }
     std::vector<Span> spans;
     for (const std::string& uid : uids) {
