@@ -2,6 +2,7 @@
 
 #include "platform/JsonRecord.h"
 
+#include <algorithm>
 #include <array>
 #include <concepts>
 #include <cstdint>
@@ -117,6 +118,8 @@ class JsonListWriter {
     void append(const Element& element) {
         if (last().size() >= pieceSize_) {
             pieces_.emplace_back().reserve(pieceSize_ + pieceSize_ / 8);
+        } else if (last().size() >= manyBytes && last().size() >= last().capacity() / 2) {
+            last().reserve(std::min(16 * last().capacity(), pieceSize_ + pieceSize_ / 8));
         }
         appendJson(last(), element);
         last().push_back(',');
@@ -130,10 +133,10 @@ class JsonListWriter {
         for (const std::string& piece : pieces_) {
             size += piece.size();
         }
-        std::string whole;
+        std::string whole = std::move(pieces_.front());
         whole.reserve(size);
-        for (std::string& piece : pieces_) {
-            whole += std::exchange(piece, {});
+        for (std::size_t i = 1; i < pieces_.size(); ++i) {
+            whole += std::exchange(pieces_[i], {});
         }
         pieces_.clear();
         return whole;
@@ -143,6 +146,9 @@ class JsonListWriter {
     // Large enough for the allocator to give each back to the system, whatever was freed before:
     // glibc keeps to itself what is smaller than 32 MiB.
     static constexpr std::size_t largePiece = std::size_t{64} << 20;
+    // From here on a text gets more room than it may need: to move it costs more than memory that
+    // is never written to.
+    static constexpr std::size_t manyBytes = std::size_t{32} << 10;
 
     std::string& last() { return pieces_.back(); }
 

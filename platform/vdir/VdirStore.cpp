@@ -70,9 +70,10 @@ Event completed(
     return std::move(found.event);
 }
 
-// One occurrence of a completed event.
-Event eventOf(const FoundOccurrence& occurrence) {
-    Event event = occurrence.event->event;
+// One occurrence of a completed event. The last one of an event takes it with it.
+Event eventOf(FoundOccurrence&& occurrence) {
+    const std::shared_ptr<icalendar::FoundEvent> found = std::move(occurrence.event);
+    Event event = found.use_count() == 1 ? std::move(found->event) : found->event;
     event.start = occurrence.start;
     event.end = occurrence.end;
     const VdirHandle& handle = handleOf(event);
@@ -189,8 +190,7 @@ class VdirStore : public CalendarStore {
         findInThese();
         std::stable_sort(found.begin(), found.end(), comesBefore);
         for (FoundOccurrence& occurrence : found) {
-            take(eventOf(occurrence));
-            occurrence.event.reset();
+            take(eventOf(std::move(occurrence)));
         }
     }
 

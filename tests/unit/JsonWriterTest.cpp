@@ -129,14 +129,16 @@ TEST(JsonWriter, FindsAnEscapeAtEveryPlace) {
 }
 
 TEST(JsonListWriter, WritesWhatTheWholeRecordIsWrittenAs) {
-    for (const std::size_t count : {0U, 1U, 2U, 3U, 10'000U}) {
-        WrittenList list;
-        platform::JsonListWriter<WrittenList> writer(64);
-        for (std::size_t i = 0; i < count; ++i) {
-            list.inners.push_back({static_cast<std::int64_t>(i), true});
-            writer.append(list.inners.back());
+    for (const std::size_t pieceSize : {64U, 100'000U, 100'000'000U}) {
+        for (const std::size_t count : {0U, 1U, 2U, 3U, 10'000U}) {
+            WrittenList list;
+            platform::JsonListWriter<WrittenList> writer(pieceSize);
+            for (std::size_t i = 0; i < count; ++i) {
+                list.inners.push_back({static_cast<std::int64_t>(i), true});
+                writer.append(list.inners.back());
+            }
+            EXPECT_EQ(writer.take(), encodeJson(list)) << count << ' ' << pieceSize;
         }
-        EXPECT_EQ(writer.take(), encodeJson(list)) << count;
     }
 }
 

@@ -161,10 +161,15 @@ RecurrenceSet::RecurrenceSet(
         listed_.push_back(
             {added.start.instant(), added.start, ownExtent ? &added.extent : &master.extent, true});
     }
-    std::stable_sort(listed_.begin(), listed_.end(),
-        [](const Start& left, const Start& right) { return left.instant < right.instant; });
+    if (listed_.size() > 1) {
+        std::stable_sort(listed_.begin(), listed_.end(),
+            [](const Start& left, const Start& right) { return left.instant < right.instant; });
+    }
     while (nextListed_ < listed_.size() && listed_[nextListed_].instant < from) {
         ++nextListed_;
+    }
+    if (master.rules.empty() && master.exclusionRules.empty()) {
+        return;
     }
     const LocalTime first = master.start.zone.wallClockAt(from) - zoneRoom;
     const LocalTime last = master.start.zone.wallClockAt(until) + zoneRoom;

@@ -10,6 +10,8 @@ namespace {
 
 constexpr std::size_t maximumDepth = 8;
 constexpr std::size_t maximumLines = 200'000;
+// Most events have no more, so that all of their properties find room at once.
+constexpr std::size_t usualProperties = 12;
 
 // Takes one logical line after the other, unfolding into a buffer as large as the text.
 class Unfolder {
@@ -85,6 +87,7 @@ std::optional<ParsedComponent> ParsedComponent::parse(std::string_view text, Tex
             Component& child = open.empty() ? parsed.root_ : open.back()->components.emplace_back();
             child.name = trimmed(content->value);
             child.range.begin = line->range.begin;
+            child.properties.reserve(open.empty() ? usualProperties : 0);
             open.push_back(&child);
         } else if (open.empty()) {
             return std::nullopt;

@@ -55,6 +55,13 @@ std::optional<seconds> clockTime(std::string_view text) {
 
 } // namespace
 
+std::chrono::sys_seconds DateTime::instant() const {
+    if (!known || known->time != time) {
+        known = {time, zone.instantOf(time)};
+    }
+    return known->instant;
+}
+
 DateTime DateTime::withTime(LocalTime other) const {
     DateTime changed = *this;
     changed.time = other;
@@ -70,15 +77,13 @@ std::optional<std::chrono::sys_days> parseDate(std::string_view text) {
     if (text.size() != 8) {
         return std::nullopt;
     }
-    const auto year = numberOf(text.substr(0, 4));
-    const auto month = numberOf(text.substr(4, 2));
-    const auto day = numberOf(text.substr(6, 2));
-    if (!year || !month || !day || *year == 0) {
+    const auto digits = numberOf(text);
+    if (!digits || *digits < 1'00'00) {
         return std::nullopt;
     }
-    const std::chrono::year_month_day date{std::chrono::year(*year),
-        std::chrono::month(static_cast<unsigned>(*month)),
-        std::chrono::day(static_cast<unsigned>(*day))};
+    const auto number = static_cast<unsigned>(*digits);
+    const std::chrono::year_month_day date{std::chrono::year(*digits / 1'00'00),
+        std::chrono::month(number / 1'00 % 1'00), std::chrono::day(number % 1'00)};
     return date.ok() ? std::optional(std::chrono::sys_days(date)) : std::nullopt;
 }
 

@@ -26,12 +26,21 @@ struct DateTime {
     bool isZoneKnown = true;
 
     bool isDate() const { return form == Form::date; }
-    std::chrono::sys_seconds instant() const { return zone.instantOf(time); }
+    // Not to be asked by two threads at once.
+    std::chrono::sys_seconds instant() const;
     LocalTime day() const { return std::chrono::floor<std::chrono::days>(time); }
 
     // The same kind of value, in the same zone, at another wall-clock time or instant.
     DateTime withTime(LocalTime other) const;
     DateTime withInstant(std::chrono::sys_seconds instant) const;
+
+    // The last answer of instant() and the time that it was for: it is asked many times for the
+    // same, and a zone takes long to answer.
+    struct KnownInstant {
+        LocalTime time;
+        std::chrono::sys_seconds instant;
+    };
+    mutable std::optional<KnownInstant> known{};
 };
 
 // A DURATION value (section 3.3.6): days are nominal (a day may have 23 or 25 hours), seconds

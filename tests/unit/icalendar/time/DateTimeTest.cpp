@@ -192,6 +192,16 @@ TEST_F(DateTimeValues, MeanInstantsByTheirFormAndZone) {
     }
 }
 
+TEST_F(DateTimeValues, MeanAnotherInstantAtAnotherTime) {
+    DateTime value = parseDateTimeValue({"DTSTART", "", ""}, "20260101T120000", zones_).value();
+    EXPECT_EQ(value.instant(), at("2026-01-01T11:00:00Z"));
+    const DateTime later = value.withTime(*parseDateTime("20260701T120000"));
+    EXPECT_EQ(later.instant(), at("2026-07-01T10:00:00Z"));
+    value.time += hours(1);
+    EXPECT_EQ(value.instant(), at("2026-01-01T12:00:00Z"));
+    EXPECT_EQ(later.instant(), at("2026-07-01T10:00:00Z"));
+}
+
 TEST_F(DateTimeValues, ThatCannotBeReadAreNone) {
     for (const std::string_view value :
         {"", "Z", "20260701T", "20260701T1200", "20260701T120000ZZ", "20260701T120000+0200",
