@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -19,8 +20,10 @@
 namespace quenbrook::platform::vdir {
 namespace {
 
-// How many files a thread takes at a time; fewer towards the end, so that all threads end together.
-constexpr std::size_t mostInShare = 4;
+// How many files are handed over and how many a thread takes at a time; fewer towards the end, so
+// that all threads end together.
+constexpr std::size_t namedAtATime = 16;
+constexpr std::size_t mostInShare = 8;
 constexpr std::size_t sharesAhead = 32;
 
 struct Share {
@@ -35,10 +38,10 @@ struct Share {
 // Deals out the files while they are being named, each of them once.
 class FileQueue {
   public:
-    void add(const FileToRead& file) {
+    void add(std::span<const FileToRead> files) {
         const std::lock_guard lock(mutex_);
-        files_.push_back(file);
-        changed_.notify_one();
+        files_.insert(files_.end(), files.begin(), files.end());
+        changed_.notify_all();
     }
 
     // There are no more.
@@ -101,26 +104,32 @@ long waitsSoFar() {
 }
 #endif
 
-// Tells from a few files at a time whether they come from memory or from a disk.
+// Tells from a few files at a time whether they come from memory or from a disk, from more of them
+// the longer it does not change.
 class DiskWatch {
   public:
     // To be asked after each file.
     bool hadToWait() {
-        if (++files_ % filesAtATime != 0) {
+        if (++files_ < nextLook_) {
             return false;
         }
+        const long seen = std::exchange(filesSeen_, files_);
         const long before = std::exchange(waits_, waitsSoFar());
+        nextLook_ = files_ + std::min(files_, most);
         // After the first few there is nothing yet to compare with.
-        return files_ > filesAtATime && waits_ - before >= filesAtATime / 4;
+        return seen > 0 && waits_ - before >= (files_ - seen) / 4;
     }
 
     // For waits that were not for a disk.
-    void startAfresh() { files_ = 0; }
+    void startAfresh() { *this = DiskWatch(); }
 
   private:
-    static constexpr long filesAtATime = 8;
+    static constexpr long fewest = 8;
+    static constexpr long most = 64;
 
     long files_ = 0;
+    long nextLook_ = fewest;
+    long filesSeen_ = 0;
     long waits_ = 0;
 };
 
@@ -133,12 +142,21 @@ class Reading {
         , others_([this] { readShares([] {}); }) {}
 
     void run(const FileList& list) {
+        std::vector<FileToRead> named;
+        const auto handOver = [&] {
+            queue_.add(named);
+            count_ += named.size();
+            named.clear();
+            callOthers();
+        };
         try {
-            list([this](const FileToRead& file) {
-                queue_.add(file);
-                ++count_;
-                callOthers();
+            list([&](const FileToRead& file) {
+                named.push_back(file);
+                if (named.size() == namedAtATime) {
+                    handOver();
+                }
             });
+            handOver();
         } catch (...) {
             queue_.endAt(0);
             throw;

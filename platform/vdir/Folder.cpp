@@ -1,6 +1,7 @@
 #include "platform/vdir/Folder.h"
 
 #include "platform/SystemCall.h"
+#include "platform/vdir/UnmarkedCalls.h"
 
 #include <algorithm>
 
@@ -134,9 +135,7 @@ std::optional<std::string_view> FileReader::read(
     if (entry.kind != FolderEntry::Kind::file) {
         return std::nullopt;
     }
-    const int follow = entry.isLink ? 0 : O_NOFOLLOW;
-    const FileDescriptor file(uninterrupted(
-        [&] { return ::openat(folder.descriptor(), entry.name.c_str(), fileFlags | follow); }));
+    FileDescriptor file = open(folder, entry);
     if (!file.isOpen()) {
         return std::nullopt;
     }
@@ -144,28 +143,45 @@ std::optional<std::string_view> FileReader::read(
     if (entry.isLink && !isRegular(file)) {
         return std::nullopt;
     }
-    if (buffer_.size() < firstRead) {
-        buffer_.resize(firstRead);
-    }
     // Nearly every file comes whole with one call: fewer bytes than asked for are all there are.
+    const std::size_t asked = std::min(firstRead, sizeLimit + 1);
+    makeRoom(asked);
     const ssize_t count =
-        uninterrupted([&] { return ::read(file.get(), buffer_.data(), firstRead); });
-    if (count < 0) {
+        uninterrupted([&] { return readUnmarked(file.get(), beginning_.get(), asked); });
+    const auto length = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    if (count < 0 || length > sizeLimit) {
         return std::nullopt;
     }
-    const auto length = static_cast<std::size_t>(count);
-    if (length > sizeLimit) {
-        return std::nullopt;
-    }
-    if (length < firstRead) {
-        return std::string_view(buffer_.data(), length);
+    const std::string_view text(beginning_.get(), length);
+    if (length < asked) {
+        finished_.take(std::move(file));
+        return text;
     }
     takeTurn();
-    buffer_.resize(length);
-    if (!isRegular(file) || !readRest(file.get(), buffer_, sizeLimit)) {
+    whole_ = text;
+    if (!isRegular(file) || !readRest(file.get(), whole_, sizeLimit)) {
         return std::nullopt;
     }
-    return std::string_view(buffer_);
+    return whole_;
+}
+
+FileDescriptor FileReader::open(const Folder& folder, const FolderEntry& entry) {
+    const int flags = fileFlags | (entry.isLink ? 0 : O_NOFOLLOW);
+    const auto opened = [&] {
+        return openUnmarked(folder.descriptor(), entry.name.c_str(), flags);
+    };
+    FileDescriptor file(uninterrupted(opened));
+    const bool areTooManyOpen = !file.isOpen() && (errno == EMFILE || errno == ENFILE);
+    return areTooManyOpen && finished_.close() ? FileDescriptor(uninterrupted(opened))
+                                               : std::move(file);
+}
+
+// What is not read is not written to either: most files are much smaller than what is asked for.
+void FileReader::makeRoom(std::size_t size) {
+    if (room_ < size) {
+        beginning_ = std::make_unique_for_overwrite<char[]>(size);
+        room_ = size;
+    }
 }
 
 void FileReader::takeTurn() {
@@ -176,7 +192,7 @@ void FileReader::takeTurn() {
 
 void FileReader::endTurn() {
     if (turn_.owns_lock()) {
-        std::string().swap(buffer_);
+        std::string().swap(whole_);
         turn_.unlock();
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/FileDescriptor.h"
+#include "platform/vdir/UnmarkedCalls.h"
 
 #include <memory>
 #include <mutex>
@@ -84,7 +85,7 @@ struct FileIdentity {
     bool operator==(const FileIdentity&) const = default;
 };
 
-// Reads regular files, one after the other, into one buffer.
+// Reads regular files, one after the other.
 class FileReader {
   public:
     FileReader() = default;
@@ -102,12 +103,17 @@ class FileReader {
         const Folder& folder, const FolderEntry& entry, std::size_t sizeLimit = maximumSize);
 
   private:
+    FileDescriptor open(const Folder& folder, const FolderEntry& entry);
+    void makeRoom(std::size_t size);
     void takeTurn();
     void endTurn();
 
     std::mutex* largeFiles_ = nullptr;
     std::unique_lock<std::mutex> turn_;
-    std::string buffer_;
+    std::unique_ptr<char[]> beginning_;
+    std::size_t room_ = 0;
+    std::string whole_;
+    FinishedFiles finished_;
 };
 
 // A file that is about to be changed.

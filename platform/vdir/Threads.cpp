@@ -4,6 +4,9 @@
 
 #ifdef __linux__
 #include <sched.h>
+
+#include <linux/capability.h>
+#include <sys/prctl.h>
 #endif
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -43,10 +46,16 @@ void limitArenas() {
 }
 
 // Threads that share a table of descriptors wait for each other at each file that one of them opens
-// or closes. The thread sanitizer knows of one table only.
-void useOwnDescriptors() {
+// or closes, and those that share credentials at each that one of them opens, for its users are
+// counted. The thread sanitizer knows of one table only.
+void shareLess() {
 #if defined(__linux__) && !defined(__SANITIZE_THREAD__)
     ::unshare(CLONE_FILES);
+#endif
+#ifdef PR_CAP_AMBIENT
+    // Whoever changes his credentials gets some of his own. This is a change that only a program
+    // could notice that is started from here, and none is.
+    ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_LOWER, CAP_WAKE_ALARM, 0, 0);
 #endif
 }
 
@@ -54,7 +63,7 @@ void useOwnDescriptors() {
 
 void* runThread(void* threads) {
     auto* const self = static_cast<Threads*>(threads);
-    useOwnDescriptors();
+    shareLess();
     // An exception must not leave a thread; it is kept for the thread that waits for this one.
     try {
         self->work_();

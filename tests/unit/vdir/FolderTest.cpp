@@ -10,8 +10,12 @@
 #include <regex>
 #include <system_error>
 #include <thread>
+#include <vector>
 
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace quenbrook::platform::vdir {
 namespace {
@@ -119,6 +123,82 @@ TEST_F(Folders, AreReadOneFileAfterTheOther) {
     for (const char* name : {"folder.ics", "fifo.ics", "linkToFolder.ics", "dangling.ics",
              "loop.ics", "device.ics", "tty.ics", "linkToFifo.ics"}) {
         EXPECT_FALSE(reader.read(folder, found.at(name))) << name;
+    }
+}
+
+// Holds descriptors until no more are left.
+class EveryDescriptor {
+  public:
+    EveryDescriptor() {
+        ::getrlimit(RLIMIT_NOFILE, &before_);
+        rlimit few = before_;
+        few.rlim_cur = 100;
+        ::setrlimit(RLIMIT_NOFILE, &few);
+        for (int taken = ::dup(0); taken >= 0; taken = ::dup(0)) {
+            taken_.emplace_back(taken);
+        }
+    }
+    EveryDescriptor(const EveryDescriptor&) = delete;
+    EveryDescriptor& operator=(const EveryDescriptor&) = delete;
+    ~EveryDescriptor() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+
+    void giveBack(std::size_t count) { taken_.resize(taken_.size() - count); }
+
+  private:
+    rlimit before_{};
+    std::vector<FileDescriptor> taken_;
+};
+
+TEST_F(Folders, AreReadWithFewDescriptors) {
+    constexpr std::size_t count = 100;
+    for (std::size_t i = 0; i < count; ++i) {
+        files_.write(std::to_string(i), "text " + std::to_string(i));
+    }
+    const Folder folder = files_.open();
+    for (const std::size_t free : {1U, 2U, 5U, 40U}) {
+        EveryDescriptor others;
+        others.giveBack(free);
+        FileReader reader;
+        for (std::size_t i = 0; i < count; ++i) {
+            EXPECT_EQ(reader.read(folder, {std::to_string(i), Kind::file, false}),
+                "text " + std::to_string(i))
+                << free;
+        }
+    }
+}
+
+std::vector<int> openDescriptors() {
+    std::vector<int> open;
+    for (int descriptor = 0; descriptor < 200; ++descriptor) {
+        if (::fcntl(descriptor, F_GETFD) != -1) {
+            open.push_back(descriptor);
+        }
+    }
+    return open;
+}
+
+TEST_F(Folders, KeepNoFileOpenThatWasRead) {
+    for (std::size_t i = 0; i < 40; ++i) {
+        files_.write(std::to_string(i), "text");
+    }
+    const Folder folder = files_.open();
+    const std::vector<int> before = openDescriptors();
+    for (const std::size_t count : {1U, 2U, 15U, 16U, 17U, 40U}) {
+        {
+            FileReader reader;
+            std::vector<FileDescriptor> others;
+            for (std::size_t i = 0; i < count; ++i) {
+                reader.read(folder, {std::to_string(i), Kind::file, false});
+                // What another part of the program opens in between stays open.
+                if (i % 7 == 3) {
+                    others.emplace_back(::dup(0));
+                }
+            }
+            for (const FileDescriptor& other : others) {
+                EXPECT_NE(::fcntl(other.get(), F_GETFD), -1);
+            }
+        }
+        EXPECT_EQ(openDescriptors(), before) << count;
     }
 }
 
