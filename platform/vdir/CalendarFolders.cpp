@@ -66,10 +66,6 @@ std::optional<Color> colorOf(std::string_view text) {
     return Color{components[0] / 255.0, components[1] / 255.0, components[2] / 255.0};
 }
 
-bool isFolder(const FolderEntry& entry) {
-    return entry.kind == FolderEntry::Kind::folder;
-}
-
 CalendarFolder calendarFolder(const std::string& path, const std::string& name,
     const std::optional<Folder>& folder, const std::optional<Source>& source) {
     Calendar calendar;
@@ -90,25 +86,19 @@ CalendarFolder calendarFolder(const std::string& path, const std::string& name,
 
 std::vector<CalendarFolder> calendarFolders(const Folder& root) {
     std::vector<CalendarFolder> found;
-    for (const FolderEntry& top : root.entries()) {
-        if (!isFolder(top)) {
+    for (const std::string& name : root.folders()) {
+        const std::optional<Folder> folder = root.openFolder(name);
+        const auto calendars = folder ? folder->folders() : std::vector<std::string>();
+        if (calendars.empty()) {
+            found.push_back(calendarFolder(name, name, folder, std::nullopt));
             continue;
         }
-        const std::optional<Folder> folder = root.openFolder(top.name);
-        const std::vector<FolderEntry> entries =
-            folder ? folder->entries() : std::vector<FolderEntry>();
-        if (!folder || std::none_of(entries.begin(), entries.end(), isFolder)) {
-            found.push_back(calendarFolder(top.name, top.name, folder, std::nullopt));
-            continue;
-        }
-        const Source account{propertyOf(*folder, "displayname").value_or(repairedUTF8(top.name)),
+        const Source account{propertyOf(*folder, "displayname").value_or(repairedUTF8(name)),
             sourceTypeOf(propertyOf(*folder, "type").value_or(std::string(defaultSourceType)))};
-        for (const FolderEntry& inner : entries) {
-            if (!isFolder(inner)) {
-                continue;
-            }
-            found.push_back(calendarFolder(
-                top.name + "/" + inner.name, inner.name, folder->openFolder(inner.name), account));
+        for (const std::string& calendar : calendars) {
+            std::string path = name;
+            path.append("/").append(calendar);
+            found.push_back(calendarFolder(path, calendar, folder->openFolder(calendar), account));
         }
     }
     std::sort(

@@ -68,13 +68,31 @@ bool readRest(int descriptor, std::string& buffer, std::size_t limit) {
 
 } // namespace
 
-std::optional<FolderEntry> FolderListing::next() {
+const dirent* FolderListing::nextItem() {
     while (const dirent* item = stream_ ? ::readdir(stream_.get()) : nullptr) {
         if (item->d_name[0] != '.') {
-            return entryOf(::dirfd(stream_.get()), *item);
+            return item;
         }
     }
     stream_.reset();
+    return nullptr;
+}
+
+std::optional<FolderEntry> FolderListing::next() {
+    const dirent* item = nextItem();
+    return item ? std::optional(entryOf(::dirfd(stream_.get()), *item)) : std::nullopt;
+}
+
+std::optional<std::string> FolderListing::nextFolder() {
+    while (const dirent* item = nextItem()) {
+        if (item->d_type == DT_REG) {
+            continue;
+        }
+        FolderEntry entry = entryOf(::dirfd(stream_.get()), *item);
+        if (entry.kind == FolderEntry::Kind::folder) {
+            return std::move(entry.name);
+        }
+    }
     return std::nullopt;
 }
 
@@ -105,6 +123,16 @@ std::vector<FolderEntry> Folder::entries() const {
     auto listing = list();
     for (auto entry = listing ? listing->next() : std::nullopt; entry; entry = listing->next()) {
         found.push_back(std::move(*entry));
+    }
+    return found;
+}
+
+std::vector<std::string> Folder::folders() const {
+    std::vector<std::string> found;
+    auto listing = list();
+    for (auto name = listing ? listing->nextFolder() : std::nullopt; name;
+         name = listing->nextFolder()) {
+        found.push_back(std::move(*name));
     }
     return found;
 }

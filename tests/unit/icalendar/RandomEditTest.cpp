@@ -182,7 +182,7 @@ TEST_F(RandomEditsOfOtherForms, ChangeTheTitleOfOneOccurrence) {
         Event changed = one.event;
         changed.title = "new";
         expected.insert(described(one.key.uid, changed));
-        return updatedStream(text, one.key, changes, now);
+        return updatedStream(text, one.key, changes, timeOfEdit);
     });
 }
 
@@ -198,13 +198,13 @@ TEST_F(RandomEditsOfOtherForms, MoveOneOccurrence) {
         if (moved.start < at("2026-12-01T00:00:00Z")) {
             expected.insert(described(one.key.uid, moved));
         }
-        return updatedStream(text, one.key, changes, now);
+        return updatedStream(text, one.key, changes, timeOfEdit);
     });
 }
 
 TEST_F(RandomEditsOfOtherForms, RemoveOneOccurrence) {
     expectOf([](const std::string& text, const FoundEvent& one, Occurrences&) {
-        return streamWithout(text, one.key, now);
+        return streamWithout(text, one.key, timeOfEdit);
     });
 }
 

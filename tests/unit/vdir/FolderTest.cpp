@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <regex>
 #include <system_error>
@@ -83,6 +84,14 @@ TEST_F(Folders, TellTheKindOfEveryEntryThatIsNotHidden) {
         EXPECT_EQ(found.at(row.name).kind, row.kind) << row.name;
         EXPECT_EQ(found.at(row.name).isLink, row.isLink) << row.name;
     }
+}
+
+TEST_F(Folders, TellTheFoldersAmongTheirEntries) {
+    makeEverything();
+    files_.makeFolder(".hidden folder");
+    std::vector<std::string> folders = files_.open().folders();
+    std::sort(folders.begin(), folders.end());
+    EXPECT_EQ(folders, (std::vector<std::string>{"folder.ics", "linkToFolder.ics"}));
 }
 
 TEST_F(Folders, CanBeListedMoreThanOnce) {
