@@ -217,7 +217,6 @@ ci)
     build dev
     build asan-ubsan
     build tsan --target quenbrook vdir_unit_tests contract_vdir
-    build libcxx
     step "bringing the headers of macOS" bash tests/darwin/toolchain.sh build/darwin
     ;;
 esac

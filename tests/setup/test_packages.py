@@ -14,7 +14,8 @@ TOOLS = {
         case $name in
         -*) ;;
         libc++-\*-dev) sed 's/.*/installed &/' "$ROOT/installed" ;;
-        clang-[0-9]* | clang- | libc++*) grep -qxF "$name" "$ROOT/installed" && echo "installed $name" ;;
+        clang-[0-9]* | clang- | libclang-rt-[!d]* | llvm-* | libc++*)
+            grep -qxF "$name" "$ROOT/installed" && echo "installed $name" ;;
         *) echo "installed $name" ;;
         esac
     done""",
@@ -58,20 +59,22 @@ class ReleaseOfLibcxx(unittest.TestCase):
         self.assertEqual(
             self.asked(["libc++-dev", "libc++-100-dev", "libc++-9-dev", "libc++-15-dev",
                         "libc++-17-dev-wasm32", "libc++-18-dev", "libc++-19-dev"]),
-            ["clang-18", "libc++-18-dev", "libc++abi-18-dev"])
+            ["clang-18", "libclang-rt-18-dev", "llvm-18", "libc++-18-dev", "libc++abi-18-dev"])
 
     def test_is_found_once_the_lists_of_packages_are_there(self):
         self.assertEqual(self.asked(["libc++-16-dev", "libc++-19-dev"], known=[]),
-                         ["clang-16", "libc++-16-dev", "libc++abi-16-dev"])
+                         ["clang-16", "libclang-rt-16-dev", "llvm-16", "libc++-16-dev",
+                          "libc++abi-16-dev"])
 
     def test_is_the_one_that_is_installed(self):
         self.assertEqual(
             self.asked(["libc++-16-dev", "libc++-19-dev"], installed=["libc++-19-dev"]),
-            ["clang-19", "libc++abi-19-dev"])
+            ["clang-19", "libclang-rt-19-dev", "llvm-19", "libc++abi-19-dev"])
 
     def test_installs_nothing_when_all_is_there(self):
         self.assertEqual(
-            self.asked(["libc++-16-dev"], installed=["clang-16", "libc++-16-dev", "libc++abi-16-dev"]),
+            self.asked(["libc++-16-dev"], installed=[
+                "clang-16", "libclang-rt-16-dev", "llvm-16", "libc++-16-dev", "libc++abi-16-dev"]),
             [])
 
 

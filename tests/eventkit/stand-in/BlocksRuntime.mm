@@ -4,7 +4,6 @@
 
 #include "tests/eventkit/stand-in/World.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -42,8 +41,9 @@ constexpr int hasCopyDispose = 1 << 25;
 
 enum Captured { object = 3, block = 7 };
 
-std::atomic_ref<int> references(Block& block) {
-    return std::atomic_ref(block.references);
+// The C++ library of a Mac has no std::atomic_ref.
+int changeReferences(Block& block, int by) {
+    return __atomic_add_fetch(&block.references, by, __ATOMIC_SEQ_CST);
 }
 
 } // namespace
@@ -54,7 +54,7 @@ void* _Block_copy(const void* original) {
         return source;
     }
     if (source->isa == mallocBlock) {
-        ++references(*source);
+        changeReferences(*source, 1);
         return source;
     }
     auto* copy = static_cast<Block*>(std::malloc(source->descriptor->size));
@@ -70,7 +70,7 @@ void* _Block_copy(const void* original) {
 
 void _Block_release(const void* released) {
     auto* block = static_cast<Block*>(const_cast<void*>(released));
-    if (block->isa != mallocBlock || --references(*block) > 0) {
+    if (block->isa != mallocBlock || changeReferences(*block, -1) > 0) {
         return;
     }
     quenbrook::standin::countDeath(block);
