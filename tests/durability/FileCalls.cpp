@@ -1,6 +1,6 @@
 // Preloaded into the program under test: stands between it and the file calls of the C library, to
 // make them do what a file system may do but seldom does, or to stop where another program comes
-// in.
+// in. What queries do past the C library (platform/vdir/UnmarkedCalls.h) it does not see.
 //
 // CALL is a system call as it is named below, those on a folder itself with "-folder" after it, and
 // the two renames of renameat2 "rename-to-free" and "exchange". Standard streams do not count.
