@@ -153,6 +153,10 @@ class QuenbrookTest(unittest.TestCase):
         copy = self.place / PROGRAM.name
         shutil.copy(PROGRAM, copy)
         os.chmod(copy, 0o755)
+        # Others may not look into the folder of the build, and a program over libc++ takes this from there.
+        for library in (PROGRAM.parents[1] / "tests" / "libcxx").glob("*.so"):
+            shutil.copy(library, self.place)
+            env = {**(env or {}), "LD_LIBRARY_PATH": str(self.place)}
         for folder in (self.place, self.data, self.store.parent, self.store):
             if folder.exists() and stat.S_IMODE(folder.stat().st_mode) != 0:
                 os.chmod(folder, 0o755)
