@@ -6,4 +6,4 @@ _quenbrook() {
             get-event get-attendee-status" -- "${COMP_WORDS[1]}"))
     fi
 }
-complete -F _quenbrook quenbrook
+complete -F _quenbrook quenbrook quenbrook-vdir quenbrook-evolution

@@ -1,4 +1,6 @@
 # The words of quenbrook, for fish.
-complete -c quenbrook -f
 set -l words list-calendars list-events create-event update-event cancel-event get-event get-attendee-status
-complete -c quenbrook -n "not __fish_seen_subcommand_from $words" -a "$words"
+for program in quenbrook quenbrook-vdir quenbrook-evolution
+    complete -c $program -f
+    complete -c $program -n "not __fish_seen_subcommand_from $words" -a "$words"
+end
