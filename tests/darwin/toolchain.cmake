@@ -1,5 +1,5 @@
 # CMake takes this system for a Mac: the compiler is that of the folder QUENBROOK_DARWIN_TOOLS, and
-# what Homebrew would have installed lies below CMAKE_PREFIX_PATH. Nothing is linked.
+# what Homebrew would have installed lies below CMAKE_PREFIX_PATH. What CMake only tries is not linked.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_PROCESSOR arm64)
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QUENBROOK_DARWIN_TOOLS)
