@@ -1,15 +1,16 @@
 #!/bin/bash
-# Prepares what one of the commands needs: scripts/setup.sh run|test|bench|evolution-bench|ci|fresh
+# Prepares what one of the commands needs:
+# scripts/setup.sh run|run-evolution|test|bench|evolution-bench|fresh|ci-STAGE (a stage of .ci/run)
 #
 # Installs the packages that are missing (scripts/packages.txt), configures and builds. Whatever
-# the tools have to say goes to build/setup.log; a failure is told in one line on standard error,
-# with exit status 70. When that is a terminal, one line tells what goes on, and is gone at the end.
-# Several may be started at once: they take turns.
+# the tools have to say goes to build/setup.log; a failure is told in one line on standard error, with
+# what the failing tool said and exit status 70. When that is a terminal, one line tells what goes on, and
+# is gone at the end. Several may be started at once: they take turns.
 #
 # Kept to what bash 3.2 knows, the one macOS has.
 set -u
 
-command=${1:?run, test, bench, evolution-bench, ci or fresh}
+command=${1:?run, run-evolution, test, bench, evolution-bench, fresh or ci-STAGE}
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 log=$root/build/setup.log
 
@@ -39,9 +40,32 @@ unfollow() {
     show ""
 }
 
+# Prints the line of the log that tells best why the last step failed: the first error of a compiler, of
+# CMake or of apt, or else the last line. Where a package is unknown because no list of packages could be
+# fetched, the step before has the reason.
+reason() {
+    awk '
+        function note(text) { if (error == "") { error = text } }
+        /^== [a-z].*: / { error = last = ""; next }
+        /^W: Failed to fetch / && unfetched == "" { unfetched = $0 }
+        /^[[:space:]]*$/ || /^ninja: build stopped/ { next }
+        heading != "" { note(heading $0); heading = "" }
+        /^CMake Error.*:$/ { heading = $0 " " }
+        /[Nn]o space left on device/ { error = $0 }
+        /^E: (Unable to locate package|Package .* has no installation candidate)/ && unfetched != "" {
+            note(unfetched)
+        }
+        /^E: |(^|[: ])error: |undefined reference to |: cannot find |^Error: / { note($0) }
+        { last = $0 }
+        END { print error != "" ? error : last }' "$log" |
+        tr -d '[:cntrl:]' | sed -e 's/^.*: line [0-9]*: //' -e 's/[[:space:]][[:space:]]*/ /g' |
+        cut -c 1-400
+}
+
+# fail STEP [REASON]
 fail() {
     unfollow
-    printf 'quenbrook: set-up failed while %s; the log is %s\n' "$1" "$log" >&3
+    printf 'quenbrook: set-up failed while %s%s; the log is %s\n' "$1" "${2:+: $2}" "$log" >&3
     exit 70
 }
 
@@ -55,7 +79,7 @@ step() {
         follow "$what" 9>&- &
         follower=$!
     fi
-    "$@" 3>&- 9>&- || fail "$what"
+    "$@" 3>&- 9>&- || fail "$what" "$(reason)"
     unfollow
     printf '== %s: %d seconds\n' "$what" $((SECONDS - begun))
 }
@@ -68,16 +92,23 @@ takeTurn() {
     fi
 }
 
-# Prints one column of the package table for this command: 1 Debian's, 2 Homebrew's.
+# Prints one column of the package table for this command: 1 Debian's, 2 Homebrew's, 3 what it is called
+# elsewhere.
 packages() {
-    local needed debian homebrew
-    while read -r needed debian homebrew; do
+    local needed debian homebrew elsewhere
+    while read -r needed debian homebrew elsewhere; do
         case $needed:$command in
-        run:* | test:test | test:*bench | test:ci | ci:ci | bench:bench | fresh:fresh) ;;
+        run:* | evolution:*evolution* | fresh:fresh) ;;
+        evolution:test | evolution:bench | evolution:ci-*) ;;
+        test:test | test:*bench | test:ci-* | ci:ci-* | bench:bench) ;;
         *) continue ;;
         esac
-        if [ "$1" = 1 ]; then echo "$debian"; else echo "$homebrew"; fi
-    done <"$root/scripts/packages.txt" | grep -v '^-$'
+        case $1 in
+        1) echo "$debian" ;;
+        2) echo "$homebrew" ;;
+        3) echo "$elsewhere" ;;
+        esac
+    done <"$root/scripts/packages.txt" | grep -v -e '^-$' -e '^$'
 }
 
 # Prints the lines of its first argument that its second lacks.
@@ -90,23 +121,34 @@ asRoot() {
     if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
 }
 
-# Prints what NN stands for. Only one release of libc++ can be installed: one that is there stays. Before
-# apt has its lists there is none.
-libcxxRelease() {
+# release BEFORE AFTER LEAST: prints the oldest release, LEAST or later, of the packages whose names have it
+# between BEFORE and AFTER. One that is installed stays: some can be there in one release only. Before apt has
+# its lists there is none.
+release() {
     {
-        dpkg-query -W -f='${db:Status-Status} ${Package}\n' 'libc++-*-dev' | sed -n 's/^installed //p'
-        apt-cache pkgnames libc++- | sort -V
-    } | awk -F- '/^libc\+\+-[0-9]+-dev$/ && $2 >= 16 && !found++ { print $2 }'
+        dpkg-query -W -f='${db:Status-Status} ${Package}\n' "$1*$2" | sed -n 's/^installed //p'
+        apt-cache pkgnames "$1" | sort -V
+    } | awk -v before="$1" -v after="$2" -v least="$3" '
+        index($0, before) == 1 {
+            number = substr($0, length(before) + 1)
+            sub(/[^0-9].*/, "", number)
+            if (number + 0 >= least + 0 && $0 == before number after && !found++) { print number }
+        }'
 }
 
 absentDebianPackages() {
     local wanted present
     wanted=$(packages 1)
-    wanted=${wanted//NN/$(libcxxRelease)}
+    wanted=${wanted//NN/$(release libc++- -dev 16)}
+    wanted=${wanted//MM/$(release lld- "" 19)}
     # shellcheck disable=SC2086
     present=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' $wanted |
         sed -n 's/^installed //p')
-    # Node.js brings its own npm, wherever it comes from.
+    # Node.js may come from elsewhere, and brings its own npm.
+    if command -v node >/dev/null; then
+        present="$present
+nodejs"
+    fi
     if command -v npm >/dev/null; then
         present="$present
 npm"
@@ -117,7 +159,7 @@ npm"
 installDebianPackages() {
     [ -n "$(absentDebianPackages)" ] || return 0
     # Asked for here, a password is not asked for under a line that comes again and again.
-    asRoot true 3>&- 9>&- || fail "asking for the rights to install"
+    asRoot true 3>&- 9>&- || fail "asking for the rights to install" "$(reason)"
     step "fetching the package lists" asRoot apt-get -o DPkg::Lock::Timeout=600 update
     # shellcheck disable=SC2046
     step "installing packages" asRoot env DEBIAN_FRONTEND=noninteractive apt-get \
@@ -128,6 +170,8 @@ installDebianPackages() {
 # the folder tells that Homebrew keeps for it under either name.
 installHomebrewFormulae() {
     local wanted absent="" formula folder
+    xcode-select -p || fail "looking for the Command Line Tools, which come first (xcode-select --install)"
+    command -v brew || fail "looking for Homebrew, which comes first (https://brew.sh)"
     wanted=$(packages 2)
     # shellcheck disable=SC2086
     while read -r formula folder; do
@@ -145,6 +189,8 @@ installPackages() {
         installHomebrewFormulae
     elif command -v apt-get; then
         installDebianPackages
+    else
+        hasInstaller=false
     fi
 }
 
@@ -159,20 +205,35 @@ sharedLibraries() {
     fi
 }
 
+# Where nothing could be installed, what is missing is no error of CMake's.
+configure() {
+    if $hasInstaller; then
+        step "configuring $2" cmake --fresh "$@"
+    elif ! cmake --fresh "$@"; then
+        fail "looking for what it is built with" \
+            "neither apt-get nor Homebrew is here to install it: $(packages 3 | paste -s -d , - | sed 's/,/, /g')"
+    fi
+}
+
 # build PRESET [CMAKE-BUILD-ARGUMENT…]
 build() {
     local preset=$1 folder=$root/build/$1 options=()
     shift
     # Instrumented code makes GCC warn of what is not there, in its own headers even.
-    if [ "$command" = ci ] && [ "$preset" != tsan ]; then
-        options=(-DQUENBROOK_WERROR=ON)
-    fi
+    case $command:$preset in
+    ci-*:tsan) ;;
+    ci-*) options=(-DQUENBROOK_WERROR=ON) ;;
+    esac
+    # The tests that know the program only from outside start the one that ships.
+    case $preset in
+    dev) options+=("-DQUENBROOK_TESTED_PROGRAM=$root/build/release/src/quenbrook") ;;
+    esac
     # A folder that was moved along with the tree, or set up by other presets, is configured afresh:
     # what CMake remembers of it may no longer hold.
-    if [ ! -f "$folder/build.ninja" ] || [ "$command" = ci ] ||
+    if [ ! -f "$folder/build.ninja" ] ||
         [ "$root/CMakePresets.json" -nt "$folder/build.ninja" ] ||
         ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$folder/CMakeCache.txt"; then
-        step "configuring $preset" cmake --fresh --preset "$preset" ${options[@]+"${options[@]}"}
+        configure --preset "$preset" ${options[@]+"${options[@]}"}
     fi
     # What is edited from now on may have missed this build.
     step "marking the time" touch "$folder/.started"
@@ -186,19 +247,25 @@ build() {
     step "marking the time" mv "$folder/.started" "$folder/.current"
 }
 
+hasInstaller=true
 exec 3>&2
-mkdir -p "$root/build" 2>/dev/null || fail "making the build folder"
-exec 9>>"$root/build/setup.lock" || fail "opening the lock"
+said=$(mkdir -p "$root/build" 2>&1) || fail "making the build folder" "${said##*: }"
+said=$({ : >>"$root/build/setup.lock"; } 2>&1) || fail "opening the lock" "${said##*: }"
+exec 9>>"$root/build/setup.lock"
 trap unfollow EXIT
 show "waiting for another set-up"
 takeTurn >/dev/null || fail "waiting for another set-up"
-exec >"$log" 2>&1 || fail "opening the log"
+said=$({ : >"$log"; } 2>&1) || fail "opening the log" "${said##*: }"
+exec >"$log" 2>&1
 cd "$root" || fail "entering $root"
 
 installPackages
 case $command in
 run)
     build release --target quenbrook
+    ;;
+run-evolution)
+    build evolution --target quenbrook
     ;;
 bench)
     build bench --target bench_programs
@@ -208,16 +275,19 @@ evolution-bench)
     build bench --target bench_measure
     build dev --target ecal_client
     ;;
-test)
+test | ci-test | ci-lint)
     build release --target quenbrook
     build dev
     ;;
-ci)
-    build release --target quenbrook
-    build dev
-    build asan-ubsan
-    build tsan --target quenbrook vdir_unit_tests contract_vdir
-    step "bringing the headers of macOS" bash tests/darwin/toolchain.sh build/darwin
+ci-sanitizers)
+    build asan-ubsan --target in_process_tests
+    ;;
+ci-threads)
+    build tsan --target files_unit_tests vdir_unit_tests contract_vdir
+    ;;
+ci-macos)
+    step "bringing the headers of macOS" bash tests/darwin/toolchain.sh build/darwin/tools
+    step "bringing the sources of ICU" bash tests/darwin/icu-sources.sh build/darwin/icu
     ;;
 esac
 exit 0

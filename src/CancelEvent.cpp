@@ -4,7 +4,7 @@
 namespace quenbrook {
 
 CancelEventResponse EventStoreClient::cancelEvent(const CancelEventRequest& request) {
-    const platform::Event event = changeableEventNamed(request.id);
+    const model::Event event = changeableEventNamed(request.id);
     if (!store_->remove(event)) {
         throw QuenbrookError(ErrorCase::eventStoreRemoveFailed, "EventKit remove failed");
     }

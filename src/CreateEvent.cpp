@@ -8,8 +8,8 @@
 namespace quenbrook {
 namespace {
 
-platform::EventChanges newEvent(const CreateEventRequest& request) {
-    platform::EventChanges event;
+model::EventChanges newEvent(const CreateEventRequest& request) {
+    model::EventChanges event;
     event.title = request.title;
     event.start = parseISO8601(request.startISO);
     event.end = parseISO8601(request.endISO);
@@ -28,7 +28,7 @@ platform::EventChanges newEvent(const CreateEventRequest& request) {
 } // namespace
 
 CreateEventResponse EventStoreClient::createEvent(const CreateEventRequest& request) {
-    const std::optional<platform::Calendar> calendar = store_->calendar(request.calendarId);
+    const std::optional<model::Calendar> calendar = store_->calendar(request.calendarId);
     if (!calendar) {
         throw QuenbrookError(ErrorCase::calendarNotFound, request.calendarId);
     }
@@ -41,13 +41,13 @@ CreateEventResponse EventStoreClient::createEvent(const CreateEventRequest& requ
             ErrorCase::invalidJSON, "attendeesV2 contains an invalid email address.");
     }
 
-    const std::optional<platform::Event> saved = store_->create(*calendar, newEvent(request));
+    const std::optional<model::SavedEvent> saved = store_->create(*calendar, newEvent(request));
     if (!saved) {
         throw QuenbrookError(ErrorCase::eventStoreSaveFailed, "EventKit save failed");
     }
     CreateEventResponse response;
     response.id = saved->identifier.value_or("");
-    response.calendarId = calendar->identifier;
+    response.calendarId = saved->calendarIdentifier;
     response.startISO = isoFormatterWithFractional().stringFromDate(saved->start);
     response.endISO = isoFormatterWithFractional().stringFromDate(saved->end);
     return response;

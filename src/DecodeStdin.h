@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/JsonReader.h"
-#include "platform/Text.h"
 #include "src/DTOs.h"
 #include "src/ErrorCodes.h"
+#include "unicode/Text.h"
+#include "json/JsonReader.h"
 
 #include <string>
 #include <string_view>
@@ -29,21 +29,22 @@ template <>
 inline constexpr std::string_view requestName<GetAttendeeStatusRequest> =
     "GetAttendeeStatusRequest";
 
-// The text of standard input as a request. Throws missingArgs when there is nothing but white
-// space, invalidJSON with a sentence for people when it is not the JSON form of the record.
-template <platform::JsonRecord Request>
+// The text of standard input as a request. Throws missingArgs when nothing is left of it without
+// the spaces at its ends, invalidJSON with a sentence for people when it is not the JSON form of
+// the record.
+template <json::JsonRecord Request>
 Request decodeStdin(std::string_view text) {
     static_assert(!requestName<Request>.empty());
-    const std::string_view document = platform::trimmed(text);
+    const std::string_view document = unicode::trimmedAtPlatformSpaces(text);
     if (document.empty()) {
         throw QuenbrookError(ErrorCase::missingArgs,
             "Subcommand '" + std::string(requestName<Request>) + "' requires JSON on stdin");
     }
-    if (!platform::isValidUTF8(document)) {
+    if (!unicode::isValidUTF8(document)) {
         throw QuenbrookError(ErrorCase::invalidJSON, "stdin is not valid UTF-8");
     }
-    auto decoded = platform::decodeJson<Request>(document);
-    if (const auto* failure = std::get_if<platform::JsonFailure>(&decoded)) {
+    auto decoded = json::decodeJson<Request>(document);
+    if (const auto* failure = std::get_if<json::JsonFailure>(&decoded)) {
         throw QuenbrookError(ErrorCase::invalidJSON, failure->sentence());
     }
     return std::get<Request>(std::move(decoded));

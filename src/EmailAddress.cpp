@@ -1,6 +1,6 @@
 #include "src/EmailAddress.h"
 
-#include "platform/Text.h"
+#include "unicode/Text.h"
 
 #include <algorithm>
 
@@ -10,7 +10,7 @@ bool areEmailAddresses(std::span<const AttendeeRequestDTO> attendees) {
     if (attendees.empty()) {
         return true;
     }
-    platform::RegularExpression address(R"([A-Za-z0-9._%+\-]+@[A-Za-z0-9.\-]+\.[A-Za-z]{2,})");
+    unicode::RegularExpression address(R"([A-Za-z0-9._%+\-]+@[A-Za-z0-9.\-]+\.[A-Za-z]{2,})");
     return std::all_of(
         attendees.begin(), attendees.end(), [&address](const AttendeeRequestDTO& attendee) {
             return address.matchesWhole(attendee.email);

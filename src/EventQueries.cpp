@@ -10,9 +10,9 @@
 namespace quenbrook {
 namespace {
 
-std::vector<platform::Calendar> knownCalendars(
-    platform::CalendarStore& store, const std::optional<std::vector<std::string>>& identifiers) {
-    std::vector<platform::Calendar> known;
+std::vector<model::Calendar> knownCalendars(
+    stores::CalendarStore& store, const std::optional<std::vector<std::string>>& identifiers) {
+    std::vector<model::Calendar> known;
     if (identifiers) {
         for (const std::string& identifier : *identifiers) {
             if (auto calendar = store.calendar(identifier)) {
@@ -28,24 +28,24 @@ std::vector<platform::Calendar> knownCalendars(
 void EventStoreClient::listEvents(std::string_view startISO, std::string_view endISO,
     const std::optional<std::vector<std::string>>& calendarIds,
     const std::function<void(const EventInfoDTO&)>& take) {
-    const platform::Instant start = parseISO8601(startISO);
-    const platform::Instant end = parseISO8601(endISO);
+    const model::Instant start = parseISO8601(startISO);
+    const model::Instant end = parseISO8601(endISO);
 
-    const std::vector<platform::Calendar> calendars = knownCalendars(*store_, calendarIds);
-    std::optional<std::span<const platform::Calendar>> filter;
+    const std::vector<model::Calendar> calendars = knownCalendars(*store_, calendarIds);
+    std::optional<std::span<const model::Calendar>> filter;
     if (!calendars.empty()) {
         filter = calendars;
     }
     NotesCategories categories;
     store_->forEachEvent(start, end, filter,
-        [&](platform::Event event) { take(mapEvent(std::move(event), categories)); });
+        [&](model::Event event) { take(mapEvent(std::move(event), categories)); });
 }
 
 GetEventResponse EventStoreClient::getEvent(const GetEventRequest& request) {
     if (!store_->calendar(request.calendarId)) {
         throw QuenbrookError(ErrorCase::calendarNotFound, request.calendarId);
     }
-    platform::Event event = eventNamed(request.eventId);
+    model::Event event = eventNamed(request.eventId);
     if (!event.calendar || event.calendar->identifier != request.calendarId) {
         throw QuenbrookError(ErrorCase::eventNotFound, request.eventId);
     }
@@ -55,10 +55,10 @@ GetEventResponse EventStoreClient::getEvent(const GetEventRequest& request) {
 
 GetAttendeeStatusResponse EventStoreClient::getAttendeeStatus(
     const GetAttendeeStatusRequest& request) {
-    platform::Event event = eventNamed(request.id);
+    std::vector<model::Participant> participants = participantsOf(request.id);
     GetAttendeeStatusResponse response{request.id, {}};
-    response.attendees.reserve(event.participants.size());
-    for (platform::Participant& participant : event.participants) {
+    response.attendees.reserve(participants.size());
+    for (model::Participant& participant : participants) {
         response.attendees.push_back(mapParticipant(std::move(participant)));
     }
     return response;

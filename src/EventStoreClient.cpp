@@ -6,19 +6,32 @@
 
 namespace quenbrook {
 
-EventStoreClient::EventStoreClient(std::unique_ptr<platform::CalendarStore> store)
+EventStoreClient::EventStoreClient(std::unique_ptr<stores::CalendarStore> store)
     : store_(std::move(store)) {}
 
-platform::Event EventStoreClient::eventNamed(const std::string& identifier) {
-    std::optional<platform::Event> event = store_->event(identifier);
-    if (!event) {
+namespace {
+
+// What a store found under an identifier of an event.
+template <typename Value>
+Value found(std::optional<Value> value, const std::string& identifier) {
+    if (!value) {
         throw QuenbrookError(ErrorCase::eventNotFound, identifier);
     }
-    return std::move(*event);
+    return std::move(*value);
 }
 
-platform::Event EventStoreClient::changeableEventNamed(const std::string& identifier) {
-    platform::Event event = eventNamed(identifier);
+} // namespace
+
+model::Event EventStoreClient::eventNamed(const std::string& identifier) {
+    return found(store_->event(identifier), identifier);
+}
+
+std::vector<model::Participant> EventStoreClient::participantsOf(const std::string& identifier) {
+    return found(store_->participants(identifier), identifier);
+}
+
+model::Event EventStoreClient::changeableEventNamed(const std::string& identifier) {
+    model::Event event = found(store_->eventToChange(identifier), identifier);
     if (!event.calendar || !event.calendar->allowsContentModifications) {
         throw QuenbrookError(ErrorCase::readOnlyCalendar,
             "Event '" + identifier + "' belongs to a read-only calendar.");

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/CalendarStore.h"
 #include "src/DTOs.h"
+#include "stores/CalendarStore.h"
 
 #include <functional>
 #include <memory>
@@ -17,7 +17,7 @@ namespace quenbrook {
 // for the three queries, which share EventQueries.cpp.
 class EventStoreClient {
   public:
-    explicit EventStoreClient(std::unique_ptr<platform::CalendarStore> store);
+    explicit EventStoreClient(std::unique_ptr<stores::CalendarStore> store);
 
     // Returns once the program has full access to events, asking the user if that was never done.
     // Throws accessDenied. Must come before every other operation.
@@ -53,13 +53,17 @@ class EventStoreClient {
     CancelEventResponse cancelEvent(const CancelEventRequest& request);
 
   private:
-    platform::Event eventNamed(const std::string& identifier);
+    // Throws eventNotFound.
+    model::Event eventNamed(const std::string& identifier);
 
-    // The same, and throws readOnlyCalendar unless its calendar allows changes; an event without a
-    // calendar is taken for read-only.
-    platform::Event changeableEventNamed(const std::string& identifier);
+    // Throws eventNotFound.
+    std::vector<model::Participant> participantsOf(const std::string& identifier);
 
-    std::unique_ptr<platform::CalendarStore> store_;
+    // As far as changing it takes. Throws eventNotFound, then readOnlyCalendar unless its calendar
+    // allows changes; an event without a calendar is taken for read-only.
+    model::Event changeableEventNamed(const std::string& identifier);
+
+    std::unique_ptr<stores::CalendarStore> store_;
 };
 
 } // namespace quenbrook

@@ -6,10 +6,10 @@
 namespace quenbrook {
 
 std::vector<CalendarInfoDTO> EventStoreClient::listCalendars() {
-    std::vector<platform::Calendar> calendars = store_->calendars();
+    std::vector<model::Calendar> calendars = store_->calendars();
     std::vector<CalendarInfoDTO> listed;
     listed.reserve(calendars.size());
-    for (platform::Calendar& calendar : calendars) {
+    for (model::Calendar& calendar : calendars) {
         listed.push_back(mapCalendar(std::move(calendar)));
     }
     return listed;

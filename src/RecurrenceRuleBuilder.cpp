@@ -1,9 +1,9 @@
 #include "src/RecurrenceRuleBuilder.h"
 
-#include "platform/Text.h"
 #include "src/DTOs/WireDates.h"
 #include "src/DTOs/WordTable.h"
 #include "src/ErrorCodes.h"
+#include "unicode/Text.h"
 
 #include <algorithm>
 
@@ -19,7 +19,7 @@ QuenbrookError invalid(const std::string& problem) {
 
 std::int64_t frequencyNumber(const std::string& frequency) {
     const auto* const word =
-        std::find(frequencyWords.begin(), frequencyWords.end(), platform::lowercased(frequency));
+        std::find(frequencyWords.begin(), frequencyWords.end(), unicode::lowercased(frequency));
     if (word == frequencyWords.end()) {
         throw invalid(
             "frequency must be one of daily/weekly/monthly/yearly, got '" + frequency + "'");
@@ -27,7 +27,7 @@ std::int64_t frequencyNumber(const std::string& frequency) {
     return word - frequencyWords.begin();
 }
 
-std::optional<platform::RecurrenceEnd> endOf(const RecurrenceRuleDTO& rule) {
+std::optional<model::RecurrenceEnd> endOf(const RecurrenceRuleDTO& rule) {
     if (rule.count) {
         if (*rule.count < 1 || *rule.count > largestCount) {
             throw invalid("count must be 1–1000, got " + std::to_string(*rule.count));
@@ -35,18 +35,18 @@ std::optional<platform::RecurrenceEnd> endOf(const RecurrenceRuleDTO& rule) {
         if (rule.untilISO) {
             throw invalid("count and recurrenceRule.untilISO are mutually exclusive");
         }
-        return platform::RecurrenceEnd::withOccurrenceCount(*rule.count);
+        return model::RecurrenceEnd::withOccurrenceCount(*rule.count);
     }
     if (rule.untilISO) {
-        return platform::RecurrenceEnd::withEndDate(parseISO8601(*rule.untilISO));
+        return model::RecurrenceEnd::withEndDate(parseISO8601(*rule.untilISO));
     }
     return std::nullopt;
 }
 
 } // namespace
 
-platform::RecurrenceRule buildRecurrenceRule(const RecurrenceRuleDTO& rule) {
-    platform::RecurrenceRule built;
+model::RecurrenceRule buildRecurrenceRule(const RecurrenceRuleDTO& rule) {
+    model::RecurrenceRule built;
     built.frequency = frequencyNumber(rule.frequency);
     if (rule.interval < 1 || rule.interval > largestInterval) {
         throw invalid("interval must be 1–366, got " + std::to_string(rule.interval));

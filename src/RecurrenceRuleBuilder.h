@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/CalendarStore.h"
 #include "src/DTOs/WriteRecords.h"
+#include "stores/CalendarStore.h"
 
 namespace quenbrook {
 
@@ -9,6 +9,6 @@ namespace quenbrook {
 // years, with an end by count, by date, or none. Throws invalidJSON for the first of frequency,
 // interval (1 to 366), count (1 to 1000, and not together with an end date) that is wrong, and
 // invalidDate for the end date.
-platform::RecurrenceRule buildRecurrenceRule(const RecurrenceRuleDTO& rule);
+model::RecurrenceRule buildRecurrenceRule(const RecurrenceRuleDTO& rule);
 
 } // namespace quenbrook

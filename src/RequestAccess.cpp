@@ -9,14 +9,7 @@
 namespace quenbrook {
 namespace {
 
-// The platform's authorization statuses.
-enum AccessStatus : std::int64_t {
-    notDetermined = 0,
-    restricted = 1,
-    denied = 2,
-    fullAccess = 3,
-    writeOnly = 4,
-};
+using model::AuthorizationStatus;
 
 QuenbrookError accessDenied(std::string message) {
     return {ErrorCase::accessDenied, std::move(message)};
@@ -27,7 +20,7 @@ class PromptAnswer {
   public:
     std::future<bool> granted() { return promise_.get_future(); }
 
-    void resume(bool granted, const std::optional<platform::PlatformError>& error) {
+    void resume(bool granted, const std::optional<model::PlatformError>& error) {
         if (resumed_.exchange(true)) {
             return;
         }
@@ -44,12 +37,13 @@ class PromptAnswer {
 };
 
 // The completion alone owns the answer: a store that drops it uncalled ends the wait with an error.
-bool askForFullAccess(platform::CalendarStore& store) {
+bool askForFullAccess(stores::CalendarStore& store) {
     auto answer = std::make_shared<PromptAnswer>();
     std::future<bool> granted = answer->granted();
     store.requestFullAccess(
-        [answer = std::move(answer)](bool flag,
-            const std::optional<platform::PlatformError>& error) { answer->resume(flag, error); });
+        [answer = std::move(answer)](bool flag, const std::optional<model::PlatformError>& error) {
+            answer->resume(flag, error);
+        });
     return granted.get();
 }
 
@@ -58,15 +52,15 @@ bool askForFullAccess(platform::CalendarStore& store) {
 void EventStoreClient::requestAccess() {
     const std::int64_t status = store_->authorizationStatus();
     switch (status) {
-    case fullAccess:
+    case AuthorizationStatus::fullAccess:
         return;
-    case writeOnly:
+    case AuthorizationStatus::writeOnly:
         throw accessDenied("Only write-only Calendar access granted; full access is required.");
-    case restricted:
-    case denied:
+    case AuthorizationStatus::restricted:
+    case AuthorizationStatus::denied:
         throw accessDenied("Calendar access not granted (status=" + std::to_string(status) +
                            "). Grant access in System Settings → Privacy & Security → Calendars.");
-    case notDetermined:
+    case AuthorizationStatus::notDetermined:
         if (!askForFullAccess(*store_)) {
             throw accessDenied("User declined Calendar access.");
         }

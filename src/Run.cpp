@@ -1,9 +1,9 @@
 #include "src/Run.h"
 
-#include "platform/Text.h"
 #include "src/EventStoreClient.h"
 #include "src/Subcommands.h"
 #include "src/WriteError.h"
+#include "unicode/Text.h"
 
 namespace quenbrook {
 namespace {
@@ -11,14 +11,14 @@ namespace {
 // Bytes that are no text count as no request at all.
 std::string readText(const Streams& streams) {
     std::string input = streams.readInput();
-    if (!platform::isValidUTF8(input)) {
+    if (!unicode::isValidUTF8(input)) {
         input.clear();
     }
     return input;
 }
 
 void serve(std::string_view word, const Streams& streams,
-    const std::function<std::unique_ptr<platform::CalendarStore>()>& openStore) {
+    const std::function<std::unique_ptr<stores::CalendarStore>()>& openStore) {
     const std::string input = readText(streams);
     EventStoreClient client(openStore());
     client.requestAccess();
@@ -32,7 +32,7 @@ void serve(std::string_view word, const Streams& streams,
 } // namespace
 
 ExitStatus run(std::span<const std::string_view> arguments, const Streams& streams,
-    const std::function<std::unique_ptr<platform::CalendarStore>()>& openStore) {
+    const std::function<std::unique_ptr<stores::CalendarStore>()>& openStore) {
     if (arguments.empty()) {
         writeError(streams, {ErrorCase::unknownSubcommand, "(none — no subcommand provided)"});
         return ExitStatus::noSubcommand;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/CalendarStore.h"
 #include "src/Streams.h"
+#include "stores/CalendarStore.h"
 
 #include <functional>
 #include <memory>
@@ -20,6 +20,6 @@ enum class ExitStatus : int {
 // `arguments` come without the program's name; all but the first are ignored. `openStore` is called
 // at most once, after the input was read.
 ExitStatus run(std::span<const std::string_view> arguments, const Streams& streams,
-    const std::function<std::unique_ptr<platform::CalendarStore>()>& openStore);
+    const std::function<std::unique_ptr<stores::CalendarStore>()>& openStore);
 
 } // namespace quenbrook

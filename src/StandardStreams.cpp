@@ -27,7 +27,8 @@ bool mayRetry(int descriptor, short events) {
 
 std::string readAll(int descriptor) {
     std::string text;
-    std::array<char, std::size_t{64} * 1024> buffer;
+    // The limit on the stack may be as small as 64 KiB.
+    std::array<char, std::size_t{16} * 1024> buffer;
     while (true) {
         const ssize_t count = read(descriptor, buffer.data(), buffer.size());
         if (count == 0) {

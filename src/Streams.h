@@ -12,7 +12,7 @@ struct Streams {
     std::function<std::string()> readInput;
     // Writes the whole text, or as much of it as can be written.
     std::function<void(std::string_view)> writeOutput;
-    // The same; asks the system for one write.
+    // Writes the whole text in one call of the system, or as much of it as can be written.
     std::function<void(std::string_view)> writeError;
 };
 

@@ -1,5 +1,5 @@
-#include "platform/Text.h"
 #include "src/Subcommands.h"
+#include "unicode/Text.h"
 
 namespace quenbrook {
 namespace {
@@ -20,9 +20,9 @@ bool isEchoed(std::string_view character) {
 } // namespace
 
 std::string subcommandEcho(std::string_view word) {
-    const std::string text = platform::repairedUTF8(word);
+    const std::string text = unicode::repairedUTF8(word);
     std::string echo;
-    for (const std::string_view character : platform::graphemeClusters(text, longestEcho)) {
+    for (const std::string_view character : unicode::graphemeClusters(text, longestEcho)) {
         if (isEchoed(character)) {
             echo.append(character);
         }

@@ -15,7 +15,7 @@ void listCalendars(EventStoreClient& client, std::string_view, const Streams& st
 
 void listEvents(EventStoreClient& client, std::string_view input, const Streams& streams) {
     const auto request = decodeStdin<ListEventsRequest>(input);
-    platform::JsonListWriter<ListEventsResponse> answer;
+    json::JsonListWriter<ListEventsResponse> answer;
     client.listEvents(request.startISO, request.endISO, request.calendarIds,
         [&](const EventInfoDTO& event) { encoding([&] { answer.append(event); }); });
     streams.writeOutput(lineOf([&] { return answer.take(); }));

@@ -19,7 +19,7 @@ struct Subcommand {
 // The complete table.
 std::span<const Subcommand> subcommands();
 
-// Null when there is no such word.
+// Returns null when there is no such word.
 const Subcommand* findSubcommand(std::string_view word);
 
 // What an unknown word is reported as: of its first 64 user-perceived characters those that are

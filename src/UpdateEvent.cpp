@@ -7,8 +7,8 @@
 namespace quenbrook {
 namespace {
 
-platform::EventChanges changesOf(const UpdateEventPatch& patch) {
-    platform::EventChanges changes;
+model::EventChanges changesOf(const UpdateEventPatch& patch) {
+    model::EventChanges changes;
     changes.title = patch.title;
     if (patch.startISO) {
         changes.start = parseISO8601(*patch.startISO);
@@ -33,8 +33,8 @@ platform::EventChanges changesOf(const UpdateEventPatch& patch) {
 } // namespace
 
 UpdateEventResponse EventStoreClient::updateEvent(const UpdateEventRequest& request) {
-    const platform::Event event = changeableEventNamed(request.id);
-    const platform::EventChanges changes = changesOf(request.patch);
+    const model::Event event = changeableEventNamed(request.id);
+    const model::EventChanges changes = changesOf(request.patch);
     if (!store_->update(event, changes)) {
         throw QuenbrookError(ErrorCase::eventStoreSaveFailed, "EventKit save failed");
     }

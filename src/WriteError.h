@@ -5,7 +5,7 @@
 
 namespace quenbrook {
 
-// One ErrorResponse line on standard error, in one write. Writes nothing when that fails.
+// One ErrorResponse line on standard error, in one write. Is silent when that fails.
 void writeError(const Streams& streams, const QuenbrookError& error) noexcept;
 
 } // namespace quenbrook

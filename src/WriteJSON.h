@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/JsonWriter.h"
 #include "src/ErrorCodes.h"
 #include "src/Streams.h"
+#include "json/JsonWriter.h"
 
 #include <concepts>
 #include <new>
@@ -35,14 +35,14 @@ std::string lineOf(const Encode& encode) {
 }
 
 // A record as one line of compact JSON with sorted keys, ended by a line feed.
-template <platform::JsonRecord Record>
+template <json::JsonRecord Record>
 std::string jsonLine(const Record& record) {
-    return lineOf([&record] { return platform::encodeJson(record); });
+    return lineOf([&record] { return json::encodeJson(record); });
 }
 
 // Writes an answer to standard output. Throws unknown, and has written nothing, when it cannot be
 // encoded.
-template <platform::JsonRecord Record>
+template <json::JsonRecord Record>
 void writeJSON(const Streams& streams, const Record& record) {
     streams.writeOutput(jsonLine(record));
 }

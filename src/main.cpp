@@ -1,6 +1,6 @@
-#include "platform/CalendarStore.h"
 #include "src/Run.h"
 #include "src/StandardStreams.h"
+#include "stores/CalendarStore.h"
 
 #include <csignal>
 #include <string_view>
@@ -19,5 +19,5 @@ int main(int argc, char** argv) {
         arguments.erase(arguments.begin());
     }
     return static_cast<int>(quenbrook::run(
-        arguments, quenbrook::standardStreams(), quenbrook::platform::openCalendarStore));
+        arguments, quenbrook::standardStreams(), quenbrook::stores::openCalendarStore));
 }

@@ -8,7 +8,7 @@
 namespace quenbrook {
 namespace {
 
-// By the platform's source types; MobileMe (3) went over to CalDAV.
+// By SourceType; MobileMe went over to CalDAV.
 constexpr std::array<std::string_view, 6> sourceTypeWords = {
     "local", "exchange", "caldav", "caldav", "subscription", "birthdays"};
 
@@ -21,7 +21,7 @@ unsigned byteOf(double component) {
 
 } // namespace
 
-CalendarInfoDTO mapCalendar(platform::Calendar calendar) {
+CalendarInfoDTO mapCalendar(model::Calendar calendar) {
     CalendarInfoDTO info;
     info.id = std::move(calendar.identifier);
     info.name = std::move(calendar.title);
@@ -38,7 +38,7 @@ std::string_view sourceTypeWord(std::int64_t type) {
     return wordAt(sourceTypeWords, type).value_or("unknown");
 }
 
-std::optional<std::string> hexColor(const std::optional<platform::Color>& color) {
+std::optional<std::string> hexColor(const std::optional<model::Color>& color) {
     if (!color) {
         return std::nullopt;
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/JsonRecord.h"
+#include "json/JsonRecord.h"
 
 #include <optional>
 #include <string>
@@ -22,19 +22,19 @@ struct CalendarInfoDTO {
 };
 
 template <>
-inline constexpr auto platform::recordFields<CalendarInfoDTO> = std::tuple{
-    platform::field("id", &CalendarInfoDTO::id), platform::field("name", &CalendarInfoDTO::name),
-    platform::field("writable", &CalendarInfoDTO::writable),
-    platform::field("source", &CalendarInfoDTO::source),
-    platform::field("sourceType", &CalendarInfoDTO::sourceType),
-    platform::field("color", &CalendarInfoDTO::color)};
+inline constexpr auto json::recordFields<CalendarInfoDTO> =
+    std::tuple{json::field("id", &CalendarInfoDTO::id), json::field("name", &CalendarInfoDTO::name),
+        json::field("writable", &CalendarInfoDTO::writable),
+        json::field("source", &CalendarInfoDTO::source),
+        json::field("sourceType", &CalendarInfoDTO::sourceType),
+        json::field("color", &CalendarInfoDTO::color)};
 
 struct ListCalendarsResponse {
     std::vector<CalendarInfoDTO> calendars;
 };
 
 template <>
-inline constexpr auto platform::recordFields<ListCalendarsResponse> =
-    std::tuple{platform::field("calendars", &ListCalendarsResponse::calendars)};
+inline constexpr auto json::recordFields<ListCalendarsResponse> =
+    std::tuple{json::field("calendars", &ListCalendarsResponse::calendars)};
 
 } // namespace quenbrook

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/JsonRecord.h"
+#include "json/JsonRecord.h"
 
 #include <optional>
 #include <string>
@@ -19,8 +19,8 @@ struct ErrorResponse {
 };
 
 template <>
-inline constexpr auto platform::recordFields<ErrorResponse> = std::tuple{
-    platform::field("error", &ErrorResponse::error), platform::field("code", &ErrorResponse::code),
-    platform::field("details", &ErrorResponse::details)};
+inline constexpr auto json::recordFields<ErrorResponse> =
+    std::tuple{json::field("error", &ErrorResponse::error),
+        json::field("code", &ErrorResponse::code), json::field("details", &ErrorResponse::details)};
 
 } // namespace quenbrook

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/JsonRecord.h"
+#include "json/JsonRecord.h"
 
 #include <cstdint>
 #include <optional>
@@ -20,10 +20,9 @@ struct AttendeeInfoDTO {
 };
 
 template <>
-inline constexpr auto platform::recordFields<AttendeeInfoDTO> =
-    std::tuple{platform::field("email", &AttendeeInfoDTO::email),
-        platform::field("name", &AttendeeInfoDTO::name),
-        platform::field("status", &AttendeeInfoDTO::status)};
+inline constexpr auto json::recordFields<AttendeeInfoDTO> = std::tuple{
+    json::field("email", &AttendeeInfoDTO::email), json::field("name", &AttendeeInfoDTO::name),
+    json::field("status", &AttendeeInfoDTO::status)};
 
 // A recurrence rule as the store has it.
 struct RecurrenceRuleDTOFull {
@@ -41,16 +40,16 @@ struct RecurrenceRuleDTOFull {
 };
 
 template <>
-inline constexpr auto platform::recordFields<RecurrenceRuleDTOFull> =
-    std::tuple{platform::field("frequency", &RecurrenceRuleDTOFull::frequency),
-        platform::field("interval", &RecurrenceRuleDTOFull::interval),
-        platform::field("count", &RecurrenceRuleDTOFull::count),
-        platform::field("untilISO", &RecurrenceRuleDTOFull::untilISO),
-        platform::field("daysOfWeek", &RecurrenceRuleDTOFull::daysOfWeek),
-        platform::field("daysOfMonth", &RecurrenceRuleDTOFull::daysOfMonth),
-        platform::field("monthsOfYear", &RecurrenceRuleDTOFull::monthsOfYear)};
+inline constexpr auto json::recordFields<RecurrenceRuleDTOFull> =
+    std::tuple{json::field("frequency", &RecurrenceRuleDTOFull::frequency),
+        json::field("interval", &RecurrenceRuleDTOFull::interval),
+        json::field("count", &RecurrenceRuleDTOFull::count),
+        json::field("untilISO", &RecurrenceRuleDTOFull::untilISO),
+        json::field("daysOfWeek", &RecurrenceRuleDTOFull::daysOfWeek),
+        json::field("daysOfMonth", &RecurrenceRuleDTOFull::daysOfMonth),
+        json::field("monthsOfYear", &RecurrenceRuleDTOFull::monthsOfYear)};
 
-// One event, or one occurrence of a recurring event, as it stood when it was read.
+// One event, or one instance of a recurring event, as it stood when it was read.
 struct EventInfoDTO {
     std::string id;
     std::string calendarId;
@@ -73,21 +72,17 @@ struct EventInfoDTO {
 };
 
 template <>
-inline constexpr auto platform::recordFields<EventInfoDTO> =
-    std::tuple{platform::field("id", &EventInfoDTO::id),
-        platform::field("calendarId", &EventInfoDTO::calendarId),
-        platform::field("title", &EventInfoDTO::title),
-        platform::field("startISO", &EventInfoDTO::startISO),
-        platform::field("endISO", &EventInfoDTO::endISO),
-        platform::field("isAllDay", &EventInfoDTO::isAllDay),
-        platform::field("location", &EventInfoDTO::location),
-        platform::field("notes", &EventInfoDTO::notes),
-        platform::field("attendees", &EventInfoDTO::attendees),
-        platform::field("hasAlarms", &EventInfoDTO::hasAlarms),
-        platform::field("recurrenceRuleCount", &EventInfoDTO::recurrenceRuleCount),
-        platform::field("recurrenceRules", &EventInfoDTO::recurrenceRules),
-        platform::field("lastModifiedISO", &EventInfoDTO::lastModifiedISO),
-        platform::field("categories", &EventInfoDTO::categories),
-        platform::field("availability", &EventInfoDTO::availability)};
+inline constexpr auto json::recordFields<EventInfoDTO> = std::tuple{
+    json::field("id", &EventInfoDTO::id), json::field("calendarId", &EventInfoDTO::calendarId),
+    json::field("title", &EventInfoDTO::title), json::field("startISO", &EventInfoDTO::startISO),
+    json::field("endISO", &EventInfoDTO::endISO), json::field("isAllDay", &EventInfoDTO::isAllDay),
+    json::field("location", &EventInfoDTO::location), json::field("notes", &EventInfoDTO::notes),
+    json::field("attendees", &EventInfoDTO::attendees),
+    json::field("hasAlarms", &EventInfoDTO::hasAlarms),
+    json::field("recurrenceRuleCount", &EventInfoDTO::recurrenceRuleCount),
+    json::field("recurrenceRules", &EventInfoDTO::recurrenceRules),
+    json::field("lastModifiedISO", &EventInfoDTO::lastModifiedISO),
+    json::field("categories", &EventInfoDTO::categories),
+    json::field("availability", &EventInfoDTO::availability)};
 
 } // namespace quenbrook

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Text.h"
+#include "unicode/Text.h"
 
 #include <optional>
 #include <string>
@@ -12,7 +12,7 @@ namespace quenbrook {
 // A regular expression that is compiled when a text first needs it.
 class TagPattern {
   public:
-    // `pattern` is a word boundary, the plain text `tag`, and `rest`.
+    // A word boundary, the plain text `tag`, then the pattern `rest`. Both must outlive the object.
     constexpr TagPattern(std::string_view tag, std::string_view rest)
         : tag_(tag)
         , rest_(rest) {}
@@ -22,14 +22,14 @@ class TagPattern {
   private:
     std::string_view tag_;
     std::string_view rest_;
-    std::optional<platform::RegularExpression> expression_;
+    std::optional<unicode::RegularExpression> expression_;
 };
 
 // The categories that an event's notes carry: "velmoria-sync" for a sync marker, then "no-sync" for
 // the opt-out tag.
 class NotesCategories {
   public:
-    // Absent when there are none.
+    // Returns nullopt when there are none.
     std::optional<std::vector<std::string>> fromNotes(const std::optional<std::string>& notes);
 
   private:

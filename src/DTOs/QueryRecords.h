@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/JsonRecord.h"
 #include "src/DTOs/EventSnapshotRecords.h"
+#include "json/JsonRecord.h"
 
 #include <optional>
 #include <string>
@@ -18,18 +18,18 @@ struct ListEventsRequest {
 };
 
 template <>
-inline constexpr auto platform::recordFields<ListEventsRequest> =
-    std::tuple{platform::field("startISO", &ListEventsRequest::startISO),
-        platform::field("endISO", &ListEventsRequest::endISO),
-        platform::field("calendarIds", &ListEventsRequest::calendarIds)};
+inline constexpr auto json::recordFields<ListEventsRequest> =
+    std::tuple{json::field("startISO", &ListEventsRequest::startISO),
+        json::field("endISO", &ListEventsRequest::endISO),
+        json::field("calendarIds", &ListEventsRequest::calendarIds)};
 
 struct ListEventsResponse {
     std::vector<EventInfoDTO> events;
 };
 
 template <>
-inline constexpr auto platform::recordFields<ListEventsResponse> =
-    std::tuple{platform::field("events", &ListEventsResponse::events)};
+inline constexpr auto json::recordFields<ListEventsResponse> =
+    std::tuple{json::field("events", &ListEventsResponse::events)};
 
 struct GetEventRequest {
     std::string calendarId;
@@ -37,17 +37,17 @@ struct GetEventRequest {
 };
 
 template <>
-inline constexpr auto platform::recordFields<GetEventRequest> =
-    std::tuple{platform::field("calendarId", &GetEventRequest::calendarId),
-        platform::field("eventId", &GetEventRequest::eventId)};
+inline constexpr auto json::recordFields<GetEventRequest> =
+    std::tuple{json::field("calendarId", &GetEventRequest::calendarId),
+        json::field("eventId", &GetEventRequest::eventId)};
 
 struct GetEventResponse {
     EventInfoDTO event;
 };
 
 template <>
-inline constexpr auto platform::recordFields<GetEventResponse> =
-    std::tuple{platform::field("event", &GetEventResponse::event)};
+inline constexpr auto json::recordFields<GetEventResponse> =
+    std::tuple{json::field("event", &GetEventResponse::event)};
 
 struct GetAttendeeStatusRequest {
     // The event's identifier.
@@ -55,8 +55,8 @@ struct GetAttendeeStatusRequest {
 };
 
 template <>
-inline constexpr auto platform::recordFields<GetAttendeeStatusRequest> =
-    std::tuple{platform::field("id", &GetAttendeeStatusRequest::id)};
+inline constexpr auto json::recordFields<GetAttendeeStatusRequest> =
+    std::tuple{json::field("id", &GetAttendeeStatusRequest::id)};
 
 struct GetAttendeeStatusResponse {
     // The event's identifier, as asked for.
@@ -65,8 +65,8 @@ struct GetAttendeeStatusResponse {
 };
 
 template <>
-inline constexpr auto platform::recordFields<GetAttendeeStatusResponse> =
-    std::tuple{platform::field("id", &GetAttendeeStatusResponse::id),
-        platform::field("attendees", &GetAttendeeStatusResponse::attendees)};
+inline constexpr auto json::recordFields<GetAttendeeStatusResponse> =
+    std::tuple{json::field("id", &GetAttendeeStatusResponse::id),
+        json::field("attendees", &GetAttendeeStatusResponse::attendees)};
 
 } // namespace quenbrook

@@ -13,19 +13,19 @@
 namespace quenbrook {
 namespace {
 
-// By the platform's participant statuses.
+// By ParticipantStatus; what is further in it has no word.
 constexpr std::array<std::string_view, 5> participantStatusWords = {
     "unknown", "pending", "accepted", "declined", "pending"};
 
-// By the platform's availabilities.
+// By Availability.
 constexpr std::array<std::string_view, 4> availabilityWords = {
     "busy", "free", "tentative", "unavailable"};
 
-std::string dateText(platform::Instant date) {
+std::string dateText(model::Instant date) {
     return isoFormatterWithFractional().stringFromDate(date);
 }
 
-std::optional<std::string> dateText(const std::optional<platform::Instant>& date) {
+std::optional<std::string> dateText(const std::optional<model::Instant>& date) {
     return date ? std::optional(dateText(*date)) : std::nullopt;
 }
 
@@ -45,7 +45,7 @@ std::vector<To> mapEach(std::vector<From>& values, const Map& map) {
 
 } // namespace
 
-EventInfoDTO mapEvent(platform::Event event, NotesCategories& categories) {
+EventInfoDTO mapEvent(model::Event event, NotesCategories& categories) {
     EventInfoDTO info;
     info.id = std::move(event.identifier).value_or("");
     info.calendarId = event.calendar ? event.calendar->identifier : "";
@@ -65,7 +65,7 @@ EventInfoDTO mapEvent(platform::Event event, NotesCategories& categories) {
     return info;
 }
 
-AttendeeInfoDTO mapParticipant(platform::Participant participant) {
+AttendeeInfoDTO mapParticipant(model::Participant participant) {
     constexpr std::string_view mailto = "mailto:";
     AttendeeInfoDTO info;
     info.email = std::move(participant.url);
@@ -77,7 +77,7 @@ AttendeeInfoDTO mapParticipant(platform::Participant participant) {
     return info;
 }
 
-RecurrenceRuleDTOFull mapRecurrenceRule(platform::RecurrenceRule rule) {
+RecurrenceRuleDTOFull mapRecurrenceRule(model::RecurrenceRule rule) {
     RecurrenceRuleDTOFull info;
     info.frequency = wordAt(frequencyWords, rule.frequency).value_or("daily");
     info.interval = rule.interval;

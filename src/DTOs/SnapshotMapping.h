@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/CalendarStore.h"
 #include "src/DTOs/EventSnapshotRecords.h"
+#include "stores/CalendarStore.h"
 
 #include <cstdint>
 #include <string_view>
@@ -13,13 +13,14 @@ namespace quenbrook {
 class NotesCategories;
 
 // `categories` reads the notes; one object serves any number of events.
-EventInfoDTO mapEvent(platform::Event event, NotesCategories& categories);
+EventInfoDTO mapEvent(model::Event event, NotesCategories& categories);
 
-AttendeeInfoDTO mapParticipant(platform::Participant participant);
+AttendeeInfoDTO mapParticipant(model::Participant participant);
 
-RecurrenceRuleDTOFull mapRecurrenceRule(platform::RecurrenceRule rule);
+RecurrenceRuleDTOFull mapRecurrenceRule(model::RecurrenceRule rule);
 
-// The word for the platform's participant status; a tentative answer is reported as pending.
+// The word for a ParticipantStatus: a tentative answer is reported as pending. Returns "unknown"
+// for a number without a word.
 std::string_view participantStatusWord(std::int64_t status);
 
 } // namespace quenbrook

@@ -6,8 +6,8 @@
 
 namespace quenbrook {
 
-using platform::ISO8601DateFormatter;
-using platform::ISO8601FormatOptions;
+using unicode::ISO8601DateFormatter;
+using unicode::ISO8601FormatOptions;
 
 const ISO8601DateFormatter& isoFormatterWithFractional() {
     static const ISO8601DateFormatter formatter(
@@ -20,7 +20,7 @@ const ISO8601DateFormatter& isoFormatterWithoutFractional() {
     return formatter;
 }
 
-platform::Instant parseISO8601(std::string_view text) {
+model::Instant parseISO8601(std::string_view text) {
     if (const auto date = isoFormatterWithFractional().dateFromString(text)) {
         return *date;
     }

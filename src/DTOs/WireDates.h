@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/CalendarStore.h"
-#include "platform/ISO8601DateFormatter.h"
+#include "stores/CalendarStore.h"
+#include "unicode/ISO8601DateFormatter.h"
 
 #include <string_view>
 
@@ -10,12 +10,12 @@ namespace quenbrook {
 
 // Made on first use and shared from then on. Every date the program writes has this one's form:
 // UTC with three fractional digits.
-const platform::ISO8601DateFormatter& isoFormatterWithFractional();
+const unicode::ISO8601DateFormatter& isoFormatterWithFractional();
 
 // For parsing only.
-const platform::ISO8601DateFormatter& isoFormatterWithoutFractional();
+const unicode::ISO8601DateFormatter& isoFormatterWithoutFractional();
 
 // Throws invalidDate, with the text as received, when neither formatter accepts it.
-platform::Instant parseISO8601(std::string_view text);
+model::Instant parseISO8601(std::string_view text);
 
 } // namespace quenbrook

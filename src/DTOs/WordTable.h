@@ -8,16 +8,16 @@
 
 namespace quenbrook {
 
-// The word that stands at `number` in a table of words; absent for a number outside it.
+// The word that stands at `number` in a table of words. Returns nullopt for a number outside it.
 template <std::size_t Size>
 constexpr std::optional<std::string_view> wordAt(
     const std::array<std::string_view, Size>& words, std::int64_t number) {
     // Read as unsigned, a negative number lies beyond every table.
     const auto index = static_cast<std::uint64_t>(number);
-    return index < Size ? std::optional(words[index]) : std::nullopt;
+    return index < Size ? std::optional(words[static_cast<std::size_t>(index)]) : std::nullopt;
 }
 
-// The recurrence frequencies, by the platform's numbers.
+// By RecurrenceFrequency.
 inline constexpr std::array<std::string_view, 4> frequencyWords = {
     "daily", "weekly", "monthly", "yearly"};
 

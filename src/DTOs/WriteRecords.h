@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/JsonRecord.h"
+#include "json/JsonRecord.h"
 
 #include <cstdint>
 #include <optional>
@@ -17,9 +17,9 @@ struct AttendeeRequestDTO {
 };
 
 template <>
-inline constexpr auto platform::recordFields<AttendeeRequestDTO> =
-    std::tuple{platform::field("email", &AttendeeRequestDTO::email),
-        platform::field("name", &AttendeeRequestDTO::name)};
+inline constexpr auto json::recordFields<AttendeeRequestDTO> =
+    std::tuple{json::field("email", &AttendeeRequestDTO::email),
+        json::field("name", &AttendeeRequestDTO::name)};
 
 // A recurrence rule as asked for. It ends by count or by date, or never.
 struct RecurrenceRuleDTO {
@@ -30,11 +30,11 @@ struct RecurrenceRuleDTO {
 };
 
 template <>
-inline constexpr auto platform::recordFields<RecurrenceRuleDTO> =
-    std::tuple{platform::field("frequency", &RecurrenceRuleDTO::frequency),
-        platform::field("interval", &RecurrenceRuleDTO::interval),
-        platform::field("count", &RecurrenceRuleDTO::count),
-        platform::field("untilISO", &RecurrenceRuleDTO::untilISO)};
+inline constexpr auto json::recordFields<RecurrenceRuleDTO> =
+    std::tuple{json::field("frequency", &RecurrenceRuleDTO::frequency),
+        json::field("interval", &RecurrenceRuleDTO::interval),
+        json::field("count", &RecurrenceRuleDTO::count),
+        json::field("untilISO", &RecurrenceRuleDTO::untilISO)};
 
 // A remark on a change that was made. The program makes none, but readers must accept them.
 struct CLIWarning {
@@ -44,9 +44,9 @@ struct CLIWarning {
 };
 
 template <>
-inline constexpr auto platform::recordFields<CLIWarning> = std::tuple{
-    platform::field("code", &CLIWarning::code), platform::field("message", &CLIWarning::message),
-    platform::field("detail", &CLIWarning::detail)};
+inline constexpr auto json::recordFields<CLIWarning> =
+    std::tuple{json::field("code", &CLIWarning::code), json::field("message", &CLIWarning::message),
+        json::field("detail", &CLIWarning::detail)};
 
 // What a new event and a change to one may say alike.
 struct EventDetails {
@@ -65,15 +65,14 @@ struct EventDetails {
 };
 
 template <>
-inline constexpr auto platform::recordFields<EventDetails> =
-    std::tuple{platform::field("isAllDay", &EventDetails::isAllDay),
-        platform::field("location", &EventDetails::location),
-        platform::field("notes", &EventDetails::notes),
-        platform::field("attendees", &EventDetails::attendees),
-        platform::field("alarmMinutes", &EventDetails::alarmMinutes),
-        platform::field("attendeesV2", &EventDetails::attendeesV2),
-        platform::field("sendInvitations", &EventDetails::sendInvitations),
-        platform::field("recurrenceRule", &EventDetails::recurrenceRule)};
+inline constexpr auto json::recordFields<EventDetails> = std::tuple{
+    json::field("isAllDay", &EventDetails::isAllDay),
+    json::field("location", &EventDetails::location), json::field("notes", &EventDetails::notes),
+    json::field("attendees", &EventDetails::attendees),
+    json::field("alarmMinutes", &EventDetails::alarmMinutes),
+    json::field("attendeesV2", &EventDetails::attendeesV2),
+    json::field("sendInvitations", &EventDetails::sendInvitations),
+    json::field("recurrenceRule", &EventDetails::recurrenceRule)};
 
 struct CreateEventRequest : EventDetails {
     std::string calendarId;
@@ -83,12 +82,12 @@ struct CreateEventRequest : EventDetails {
 };
 
 template <>
-inline constexpr auto platform::recordFields<CreateEventRequest> = [] {
-    const std::tuple own{platform::field("calendarId", &CreateEventRequest::calendarId),
-        platform::field("title", &CreateEventRequest::title),
-        platform::field("startISO", &CreateEventRequest::startISO),
-        platform::field("endISO", &CreateEventRequest::endISO)};
-    return std::tuple_cat(own, platform::recordFields<EventDetails>);
+inline constexpr auto json::recordFields<CreateEventRequest> = [] {
+    const std::tuple own{json::field("calendarId", &CreateEventRequest::calendarId),
+        json::field("title", &CreateEventRequest::title),
+        json::field("startISO", &CreateEventRequest::startISO),
+        json::field("endISO", &CreateEventRequest::endISO)};
+    return std::tuple_cat(own, json::recordFields<EventDetails>);
 }();
 
 struct CreateEventResponse {
@@ -100,12 +99,12 @@ struct CreateEventResponse {
 };
 
 template <>
-inline constexpr auto platform::recordFields<CreateEventResponse> =
-    std::tuple{platform::field("id", &CreateEventResponse::id),
-        platform::field("calendarId", &CreateEventResponse::calendarId),
-        platform::field("startISO", &CreateEventResponse::startISO),
-        platform::field("endISO", &CreateEventResponse::endISO),
-        platform::field("warnings", &CreateEventResponse::warnings)};
+inline constexpr auto json::recordFields<CreateEventResponse> =
+    std::tuple{json::field("id", &CreateEventResponse::id),
+        json::field("calendarId", &CreateEventResponse::calendarId),
+        json::field("startISO", &CreateEventResponse::startISO),
+        json::field("endISO", &CreateEventResponse::endISO),
+        json::field("warnings", &CreateEventResponse::warnings)};
 
 // What is absent leaves that property of the event as it is.
 struct UpdateEventPatch : EventDetails {
@@ -117,12 +116,12 @@ struct UpdateEventPatch : EventDetails {
 };
 
 template <>
-inline constexpr auto platform::recordFields<UpdateEventPatch> = std::tuple_cat(
-    std::tuple{platform::field("title", &UpdateEventPatch::title),
-        platform::field("startISO", &UpdateEventPatch::startISO),
-        platform::field("endISO", &UpdateEventPatch::endISO)},
-    platform::recordFields<EventDetails>,
-    std::tuple{platform::field("clearRecurrenceRules", &UpdateEventPatch::clearRecurrenceRules)});
+inline constexpr auto json::recordFields<UpdateEventPatch> = std::tuple_cat(
+    std::tuple{json::field("title", &UpdateEventPatch::title),
+        json::field("startISO", &UpdateEventPatch::startISO),
+        json::field("endISO", &UpdateEventPatch::endISO)},
+    json::recordFields<EventDetails>,
+    std::tuple{json::field("clearRecurrenceRules", &UpdateEventPatch::clearRecurrenceRules)});
 
 struct UpdateEventRequest {
     std::string id;
@@ -130,9 +129,8 @@ struct UpdateEventRequest {
 };
 
 template <>
-inline constexpr auto platform::recordFields<UpdateEventRequest> =
-    std::tuple{platform::field("id", &UpdateEventRequest::id),
-        platform::field("patch", &UpdateEventRequest::patch)};
+inline constexpr auto json::recordFields<UpdateEventRequest> = std::tuple{
+    json::field("id", &UpdateEventRequest::id), json::field("patch", &UpdateEventRequest::patch)};
 
 struct UpdateEventResponse {
     std::string id;
@@ -141,10 +139,10 @@ struct UpdateEventResponse {
 };
 
 template <>
-inline constexpr auto platform::recordFields<UpdateEventResponse> =
-    std::tuple{platform::field("id", &UpdateEventResponse::id),
-        platform::field("updated", &UpdateEventResponse::updated),
-        platform::field("warnings", &UpdateEventResponse::warnings)};
+inline constexpr auto json::recordFields<UpdateEventResponse> =
+    std::tuple{json::field("id", &UpdateEventResponse::id),
+        json::field("updated", &UpdateEventResponse::updated),
+        json::field("warnings", &UpdateEventResponse::warnings)};
 
 struct CancelEventRequest {
     std::string id;
@@ -153,9 +151,8 @@ struct CancelEventRequest {
 };
 
 template <>
-inline constexpr auto platform::recordFields<CancelEventRequest> =
-    std::tuple{platform::field("id", &CancelEventRequest::id),
-        platform::field("reason", &CancelEventRequest::reason)};
+inline constexpr auto json::recordFields<CancelEventRequest> = std::tuple{
+    json::field("id", &CancelEventRequest::id), json::field("reason", &CancelEventRequest::reason)};
 
 struct CancelEventResponse {
     std::string id;
@@ -163,8 +160,8 @@ struct CancelEventResponse {
 };
 
 template <>
-inline constexpr auto platform::recordFields<CancelEventResponse> =
-    std::tuple{platform::field("id", &CancelEventResponse::id),
-        platform::field("cancelled", &CancelEventResponse::cancelled)};
+inline constexpr auto json::recordFields<CancelEventResponse> =
+    std::tuple{json::field("id", &CancelEventResponse::id),
+        json::field("cancelled", &CancelEventResponse::cancelled)};
 
 } // namespace quenbrook

@@ -166,6 +166,14 @@ class HostileFiles(QuenbrookTest):
             self.put("work", f"x{number}.ics", "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\n")
         self.assertEqual(self.titles(self.year()), ["Good"])
 
+    def test_waits_for_no_zone_that_is_no_file(self):
+        self.put("work", "a.ics", [event("DTSTART:20260105T100000", uid="a")])
+        fifo = self.place / "zone1"
+        os.mkfifo(fifo)
+        for zone in (str(fifo), f":{fifo}", f"../../../../{fifo}", "/dev/zero", "/dev/tty", "/"):
+            with self.subTest(zone):
+                self.assertEqual(self.starts(self.year(env={"TZ": zone})), ["2026-01-05T10:00Z"] * 2)
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -9,17 +9,9 @@ class Queries(QuenbrookTest):
     def setUp(self):
         super().setUp()
         self.put("work", "a.ics", [event("DTSTART:20260105T100000Z", "DTEND:20260105T110000Z",
-                                         "SUMMARY:Work", "ATTENDEE;CN=Zoe:mailto:z@example.com",
-                                         uid="w")])
+                                         "SUMMARY:Work", uid="w")])
         self.put("acc/home", "b.ics", [event("DTSTART:20260105T120000Z", "SUMMARY:Home", uid="h")])
         self.calendar("empty")
-
-    def test_widens_to_every_calendar_when_no_identifier_is_known(self):
-        both = self.year()
-        self.assertEqual(self.titles(both), ["Work", "Home"])
-        for identifiers in ([], None, ["unknown"], ["unknown", "Work", "work/", ""]):
-            with self.subTest(calendarIds=identifiers):
-                self.assertEqual(self.year(calendarIds=identifiers), both)
 
     def test_searches_the_known_calendars_only(self):
         cases = [(["work"], ["Work"]), (["acc/home"], ["Home"]), (["empty"], []),
@@ -55,15 +47,6 @@ class Queries(QuenbrookTest):
                 expected = ('{"code":"%s","error":"%s"}\n' % (
                     code, message.replace("/", "\\/"))).encode()
                 self.assertEqual((result.out, result.err, result.status), (b"", expected, 1))
-
-    def test_reports_attendees_with_the_identifier_as_received(self):
-        self.assertEqual(
-            self.run_program("get-attendee-status", request='{"id":"work:w"}').out,
-            b'{"attendees":[{"email":"z@example.com","name":"Zoe","status":"pending"}],'
-            b'"id":"work:w"}\n')
-        self.assertEqual(
-            self.run_program("get-attendee-status", request='{"id":"acc\\/home:h"}').out,
-            b'{"attendees":[],"id":"acc\\/home:h"}\n')
 
 
 if __name__ == "__main__":

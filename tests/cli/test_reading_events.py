@@ -397,6 +397,24 @@ class ReadingEvents(QuenbrookTest):
             component("VFREEBUSY", "UID:fb", "DTSTAMP:20260101T000000Z", START)])
         self.assertEqual(self.titles(self.year()), ["Event"])
 
+    def test_lists_events_without_uid_that_nothing_addresses(self):
+        nameless = component("VEVENT", START, "SUMMARY:Nameless")
+        for file in ("a.ics", "b.ics"):
+            self.put("work", file, [nameless])
+        self.put("work", "c.ics", [nameless, event(START, "SUMMARY:Named", uid="named"), nameless])
+        expected = [("", "Nameless")] * 4 + [("work:named", "Named")]
+        self.assertEqual([(e["id"], e["title"]) for e in self.year()], expected)
+        for identifier in ("", "work:", ":"):
+            self.assertError(
+                self.run_program("get-event", request={"calendarId": "work", "eventId": identifier}),
+                "EVENT_NOT_FOUND", identifier)
+            self.assertError(self.run_program("cancel-event", request={"id": identifier}),
+                             "EVENT_NOT_FOUND", identifier)
+        self.answer("update-event", {"id": "work:named", "patch": {"title": "Renamed"}})
+        self.assertEqual([e["title"] for e in self.year()], ["Nameless"] * 4 + ["Renamed"])
+        self.answer("cancel-event", {"id": "work:named"})
+        self.assertEqual([e["title"] for e in self.year()], ["Nameless"] * 4)
+
     def test_tells_events_of_one_uid_in_two_calendars_apart(self):
         self.put("one", "a.ics", [event(START, "SUMMARY:One")])
         self.put("two", "b.ics", [event(START, "SUMMARY:Two")])

@@ -8,7 +8,7 @@ import unittest
 from quenbrook import QuenbrookTest
 
 FIRST = (b'{"calendars":[{"color":"#1BADF8","id":"local\\/calendar","name":"Calendar",'
-         b'"source":"On This Computer","sourceType":"local","writable":true}]}\n')
+         b'"source":"Quenbrook","sourceType":"local","writable":true}]}\n')
 DENIED = ("Calendar access not granted (status=%d). "
           "Grant access in System Settings → Privacy & Security → Calendars.")
 
@@ -23,7 +23,7 @@ class StoreRoot(QuenbrookTest):
         self.assertEqual(self.run_program("list-calendars").out, FIRST)
         self.assertTrue((self.store / "local" / "calendar").is_dir())
         self.assertEqual(
-            (self.store / "local" / "displayname").read_text().strip(), "On This Computer")
+            (self.store / "local" / "displayname").read_text().strip(), "Quenbrook")
         self.assertEqual(
             (self.store / "local" / "calendar" / "displayname").read_text().strip(), "Calendar")
         self.assertEqual(
@@ -90,9 +90,7 @@ class StoreRoot(QuenbrookTest):
 
     def test_refuses_access_when_it_cannot_be_made(self):
         self.data.write_text("a file")
-        result = self.run_program("list-calendars")
-        self.assertEqual((result.out, result.status), (b"", 1))
-        self.assertIn(b'{"code":"ACCESS_DENIED","error":"Calendar access not granted', result.err)
+        self.assertError(self.run_program("list-calendars"), "ACCESS_DENIED", DENIED % 2)
 
     def test_refuses_access_without_any_home(self):
         result = self.run_as_another_user(

@@ -6,7 +6,7 @@ import resource
 import subprocess
 import unittest
 
-from quenbrook import PATIENCE, PROGRAM, QuenbrookTest, event
+from quenbrook import PATIENCE, PROGRAM, QuenbrookTest, error, event
 
 
 class Streams(QuenbrookTest):
@@ -73,6 +73,13 @@ class Streams(QuenbrookTest):
                 answer = pipe.read()
             self.assertEqual(process.wait(PATIENCE), 0)
         self.assertEqual(len(json.loads(answer)["events"]), 40)
+
+    def test_takes_input_that_cannot_be_read_for_a_missing_request(self):
+        for place in ("<.", "0>/dev/null", "<&-"):
+            result = self.shell(place, word="get-event")
+            self.assertEqual(
+                result.stderr, error("MISSING_ARGS", "Subcommand 'GetEventRequest' requires JSON on stdin"), place)
+        self.assertEqual(self.shell("<.").returncode, 0)
 
     def test_reads_a_hundred_megabytes(self):
         identifier = "x" * 100_000_000

@@ -38,6 +38,24 @@ class WantOfMemory(QuenbrookTest):
             self.put("work", f"{number}.ics", [event(START, uid=str(number))])
         self.assertError(self.list_events(), "UNKNOWN", "Quenbrook encountered an unexpected error")
 
+    def test_does_with_a_stack_of_64_kib(self):
+        for number in range(200):
+            self.put("work", f"{number}.ics", [event(START, "RRULE:FREQ=MONTHLY", uid=str(number))])
+        requests = [("list-calendars", b""), ("list-events", YEAR),
+                    ("get-event", {"calendarId": "work", "eventId": "work:a"}),
+                    ("update-event", {"id": "work:7", "patch": {"title": "New"}}),
+                    ("create-event", {"calendarId": "work", "title": "New",
+                                      "startISO": "2026-01-05T10:00:00Z",
+                                      "endISO": "2026-01-05T11:00:00Z"}),
+                    ("cancel-event", {"id": "work:8"})]
+        for word, request in requests:
+            with self.subTest(word):
+                result = self.run_program(word, request=request, preexec_fn=lambda:
+                                          resource.setrlimit(resource.RLIMIT_STACK, (65536, 65536)))
+                # The answer or an error, but no crash.
+                self.assertIn((result.status, result.out == b"", result.err == b""),
+                              [(0, False, True), (1, True, False)])
+
 
 if __name__ == "__main__":
     unittest.main()

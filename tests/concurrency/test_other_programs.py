@@ -13,8 +13,8 @@ from quenbrook import PROGRAM
 SAVE_FAILED = "EVENT_STORE_SAVE_FAILED"
 REMOVE_FAILED = "EVENT_STORE_REMOVE_FAILED"
 
-# The first one under the lock is for what a killed writer has left.
-LAST_LOOK = "fstatat#2"
+# Before the file is replaced.
+LAST_LOOK = "fstatat"
 
 
 class OtherPrograms(PausingTest):

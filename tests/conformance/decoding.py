@@ -88,18 +88,21 @@ class Requests(Case):
             "update-event", request={"id": "e", "patch": {"clearRecurrenceRules": "yes"}}),
             "clearRecurrenceRules")
 
-    def test_takes_every_number_of_integral_value_for_an_integer(self):
-        for number in ("15", "15.0", "1.5e1", "1500E-2", "-0.0", "1e18", "9007199254740993.0",
-                       "-9223372036854775808", "0e99999999999"):
+    def test_takes_a_whole_number_for_an_integer_as_long_as_it_is_exact(self):
+        def change(number):
+            return self.run_program(
+                "update-event", request='{"id":"e","patch":{"alarmMinutes":[' + number + ',0]}}')
+
+        for number in ("15", "15.0", "1.5e1", "1500E-2", "-0.0", "9007199254740991.0",
+                       "9007199254740993", "-9223372036854775808", "0e99999999999"):
             with self.subTest(number=number):
-                self.assertError(
-                    self.run_program("update-event", request='{"id":"e","patch":{"alarmMinutes":['
-                                     + number + ',0]}}'), "EVENT_NOT_FOUND", "e")
-        for number in ("1.5", "1e19", "9223372036854775808.0", "1e-1", "1e400", "1e99999999999"):
+                self.assertError(change(number), "EVENT_NOT_FOUND", "e")
+        for number in ("1.5", "1e18", "9007199254740993.0", "9223372036854775808", "1e-1"):
             with self.subTest(number=number):
-                self.assertInvalidJSON(
-                    self.run_program("update-event", request='{"id":"e","patch":{"alarmMinutes":['
-                                     + number + ',0]}}'), "alarmMinutes[0]", "integer")
+                self.assertInvalidJSON(change(number), "alarmMinutes[0]", "integer")
+        for number in ("1e400", "1e99999999999", "9" * 400):
+            with self.subTest(number=number):
+                self.assertInvalidJSON(change(number), "number")
 
     def test_takes_null_for_an_optional_key_that_is_absent(self):
         for key in [*EVENT_FIELDS, "clearRecurrenceRules"]:
@@ -119,7 +122,7 @@ class Requests(Case):
     def test_ignores_keys_it_does_not_know(self):
         for request in ('{"id":"e","extra":1}', '{"id":"e","ID":2,"Id":null}',
                         '{"extra":{"id":1,"a":[[[{}]]]},"id":"e"}',
-                        '{"id":"e","big":1' + "0" * 400 + '}', '{"id":"e","big":[-1e400,1E99999]}',
+                        '{"id":"e","big":1' + "0" * 300 + '}', '{"id":"e","big":[-1e300]}',
                         '{"id":"e","deep":' + "[" * 1000 + "]" * 1000 + "}"):
             with self.subTest(request=request[:60]):
                 self.assertError(self.run_program("get-attendee-status", request=request),
@@ -139,7 +142,7 @@ class Requests(Case):
             "EVENT_NOT_FOUND", "e\U0001F5D3\n/")
 
     def test_reads_a_document_with_white_space_around(self):
-        for around in (" \n\t\r", "\u00a0", "\u2028\u3000\n"):
+        for around in (" \n\t\r", "\u00a0", "\u2028\u3000\n", "\u200b", "\n\u200b "):
             with self.subTest(around=around):
                 self.assertError(
                     self.run_program(

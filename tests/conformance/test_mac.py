@@ -94,7 +94,9 @@ class OnAMac(unittest.TestCase):
                      "ok     list-calendars answers", "#FF4080 Team – Work caldav",
                      "(read-only) Public – Feeds subscription",
                      "ok     the conformance suite", "ok     nothing is left of it",
-                     "ok     a host application without the usage text is denied",
+                     "ok     right after the yes there are calendars",
+                     "ok     a host application without the usage text is refused",
+                     "seen: {\"code\":\"ACCESS_DENIED\"",
                      "ok     a host application with the usage text gets its answer", "0 faults"):
             self.assertIn(text, report)
         events = json.loads(self.world.read_text())["events"]
@@ -104,6 +106,13 @@ class OnAMac(unittest.TestCase):
         result = self.guide(["n"], "calendars")
         self.assertEqual(result.returncode, 1)
         self.assertIn("FAILED Are these all calendars", result.stdout)
+
+    def test_finds_a_grant_that_shows_no_calendar(self):
+        world = json.loads(self.world.read_text())
+        self.world.write_text(json.dumps({**world, "calendars": []}))
+        result = self.guide(ANSWERS["prompt"], "prompt")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("FAILED right after the yes there are calendars", result.stdout)
 
     def test_finds_a_prompt_that_is_not_asked(self):
         (self.place / "tools" / "tccutil").write_text("#!/bin/sh\n")

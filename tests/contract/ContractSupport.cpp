@@ -1,5 +1,7 @@
 #include "tests/contract/ContractSupport.h"
 
+#include "tests/support/EventsOf.h"
+
 #include <algorithm>
 #include <ctime>
 #include <iomanip>
@@ -7,8 +9,8 @@
 
 namespace quenbrook::contract {
 
-using platform::Event;
-using platform::Instant;
+using model::Event;
+using model::Instant;
 
 namespace {
 
@@ -65,8 +67,8 @@ EventSeed anEvent(std::string name) {
     return seed;
 }
 
-platform::EventChanges aNewEvent(std::string title) {
-    platform::EventChanges changes;
+model::EventChanges aNewEvent(std::string title) {
+    model::EventChanges changes;
     changes.title = std::move(title);
     changes.start = utc(2026, 1, 5, 10);
     changes.end = utc(2026, 1, 5, 11);
@@ -135,10 +137,10 @@ std::optional<std::string> asKept(const std::string& text, const StoreCapabiliti
 }
 
 std::string expected(const EventSeed& seed, const std::string& identifier,
-    const platform::Calendar& calendar, const StoreCapabilities& capabilities) {
+    const model::Calendar& calendar, const StoreCapabilities& capabilities) {
     Event event = eventOf(seed);
     event.identifier = identifier;
-    event.calendar = std::make_shared<platform::Calendar>(calendar);
+    event.calendar = std::make_shared<model::Calendar>(calendar);
     if (!event.title && !capabilities.keepsAbsentTitles) {
         event.title = "";
     }
@@ -160,8 +162,8 @@ std::string expected(const EventSeed& seed, const std::string& identifier,
     return describe(event);
 }
 
-std::vector<Event> eventsOfJanuary(platform::CalendarStore& store) {
-    return store.events(utc(2026, 1, 1), utc(2026, 2, 1), std::nullopt);
+std::vector<Event> eventsOfJanuary(stores::CalendarStore& store) {
+    return tests::eventsOf(store, utc(2026, 1, 1), utc(2026, 2, 1));
 }
 
 std::vector<std::string> titlesOf(const std::vector<Event>& events) {

@@ -1,12 +1,13 @@
 #include "tests/contract/ContractSupport.h"
+#include "tests/support/EventsOf.h"
 
 #include <gmock/gmock.h>
 
 namespace quenbrook::contract {
 
-using platform::Participant;
-using platform::RecurrenceEnd;
-using platform::RecurrenceRule;
+using model::Participant;
+using model::RecurrenceEnd;
+using model::RecurrenceRule;
 
 namespace {
 
@@ -27,7 +28,7 @@ void expectReadAsSeeded(StoreHarness& harness, const EventSeed& seed, std::strin
     EXPECT_EQ(describe(*byIdentifier), description) << what;
     EXPECT_EQ(*byIdentifier->calendar, *calendar) << what;
 
-    const auto byRange = store->events(seed.start - std::chrono::hours{1},
+    const auto byRange = tests::eventsOf(*store, seed.start - std::chrono::hours{1},
         seed.start + std::chrono::hours{1}, std::span(&*calendar, 1));
     ASSERT_EQ(byRange.size(), 1U) << what;
     EXPECT_EQ(describe(byRange[0]), description) << what;

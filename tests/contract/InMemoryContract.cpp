@@ -7,11 +7,11 @@
 namespace quenbrook::contract {
 namespace {
 
-using platform::Calendar;
-using platform::CalendarStore;
-using platform::Event;
-using platform::EventChanges;
-using platform::Instant;
+using model::Calendar;
+using model::Event;
+using model::EventChanges;
+using model::Instant;
+using stores::CalendarStore;
 
 // Passes everything on to a store that outlives it, as a platform's data outlive a run.
 class Window final : public CalendarStore {
@@ -20,21 +20,23 @@ class Window final : public CalendarStore {
         : store_(store) {}
 
     std::int64_t authorizationStatus() override { return store_.authorizationStatus(); }
-    void requestFullAccess(platform::AccessCompletion completion) override {
+    void requestFullAccess(stores::AccessCompletion completion) override {
         store_.requestFullAccess(std::move(completion));
     }
     std::vector<Calendar> calendars() override { return store_.calendars(); }
     std::optional<Calendar> calendar(std::string_view identifier) override {
         return store_.calendar(identifier);
     }
-    std::vector<Event> events(
-        Instant start, Instant end, std::optional<std::span<const Calendar>> calendars) override {
-        return store_.events(start, end, calendars);
+    void forEachEvent(Instant start, Instant end,
+        std::optional<std::span<const Calendar>> calendars,
+        const std::function<void(Event)>& take) override {
+        store_.forEachEvent(start, end, calendars, take);
     }
     std::optional<Event> event(std::string_view identifier) override {
         return store_.event(identifier);
     }
-    std::optional<Event> create(const Calendar& calendar, const EventChanges& changes) override {
+    std::optional<model::SavedEvent> create(
+        const Calendar& calendar, const EventChanges& changes) override {
         return store_.create(calendar, changes);
     }
     bool update(const Event& event, const EventChanges& changes) override {

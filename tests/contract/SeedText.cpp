@@ -9,7 +9,7 @@
 namespace quenbrook::contract {
 namespace {
 
-using platform::Instant;
+using model::Instant;
 
 constexpr std::array<const char*, 8> participationStatuses{"X-UNKNOWN", "NEEDS-ACTION", "ACCEPTED",
     "DECLINED", "TENTATIVE", "DELEGATED", "COMPLETED", "IN-PROCESS"};
@@ -70,7 +70,7 @@ std::string listed(const std::vector<Value>& values, Text text) {
     return list.str();
 }
 
-std::string ruleText(const platform::RecurrenceRule& rule) {
+std::string ruleText(const model::RecurrenceRule& rule) {
     std::ostringstream text;
     const auto number = [](std::int64_t value) { return value; };
     text << "FREQ=" << word(frequencies, rule.frequency) << ";INTERVAL=" << rule.interval;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/CalendarStore.h"
+#include "stores/CalendarStore.h"
 
 #include <functional>
 #include <memory>
@@ -59,9 +59,9 @@ struct CalendarSeed {
     // False for a calendar in a source of type 4 or 5, and for no other.
     bool writable = true;
     // Sources with the same title are the same account. Types 0 to 5.
-    std::optional<platform::Source> source;
+    std::optional<model::Source> source;
     // Each component a multiple of 1/255 between 0 and 1.
-    std::optional<platform::Color> color;
+    std::optional<model::Color> color;
 };
 
 struct EventSeed {
@@ -70,17 +70,17 @@ struct EventSeed {
     std::optional<std::string> title;
     // Whole seconds. For an all-day event: the first moment of the first day and 23:59:59 of the
     // last, in the machine's zone.
-    platform::Instant start;
-    platform::Instant end;
+    model::Instant start;
+    model::Instant end;
     bool isAllDay = false;
     std::optional<std::string> location;
     std::optional<std::string> notes;
     // Statuses 1 to 7 (0 is what a store says of a status it does not know).
-    std::vector<platform::Participant> participants;
+    std::vector<model::Participant> participants;
     // Seconds relative to the start.
     std::vector<double> alarms;
-    std::vector<platform::RecurrenceRule> recurrenceRules;
-    std::optional<platform::Instant> lastModified;
+    std::vector<model::RecurrenceRule> recurrenceRules;
+    std::optional<model::Instant> lastModified;
     // 0 to 3.
     std::int64_t availability = 0;
 };
@@ -105,7 +105,7 @@ class StoreHarness {
 
     // Opens a store over all that was added and saved so far; access is granted. Several may be
     // open one after the other over one world, as successive runs of the program are.
-    virtual std::unique_ptr<platform::CalendarStore> openStore() = 0;
+    virtual std::unique_ptr<stores::CalendarStore> openStore() = 0;
 };
 
 struct HarnessFactory {

@@ -1,4 +1,4 @@
-#include "platform/vdir/VdirStore.h"
+#include "stores/vdir/VdirStore.h"
 #include "tests/contract/SeedText.h"
 #include "tests/contract/StoreHarness.h"
 #include "tests/support/TemporaryFolder.h"
@@ -57,12 +57,12 @@ class VdirHarness final : public StoreHarness {
         return calendarIdentifier + ":" + seed.name;
     }
 
-    std::unique_ptr<platform::CalendarStore> openStore() override {
-        return platform::vdir::openVdirStore(root_.path());
+    std::unique_ptr<stores::CalendarStore> openStore() override {
+        return stores::vdir::openVdirStore(root_.path());
     }
 
   private:
-    std::string accountFolder(const platform::Source& source) {
+    std::string accountFolder(const model::Source& source) {
         const auto [account, isNew] =
             accounts_.emplace(source.title, "account-" + std::to_string(accounts_.size()));
         if (isNew) {

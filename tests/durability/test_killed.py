@@ -11,7 +11,7 @@ import unittest
 from tracing import tampered, traced
 from writers import WRITES, WritersTest
 
-RANDOM_KILLS = 300
+RANDOM_KILLS = 60
 
 
 class Killed(WritersTest):
@@ -20,6 +20,7 @@ class Killed(WritersTest):
         if told:
             self.assertEqual(outcome, "new", "a success was told that did not last")
         self.assert_listed(write, outcome)
+        self.assert_quarantined(write)
         self.assert_next_write_works()
         return outcome
 

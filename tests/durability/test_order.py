@@ -4,7 +4,7 @@ import os
 import unittest
 
 from tracing import traced
-from writers import NOTE, TAKEN, TEMPORARY, WRITES, WritersTest
+from writers import QUARANTINE, TEMPORARY, WRITES, WritersTest
 
 
 class Order(WritersTest):
@@ -59,7 +59,7 @@ class Order(WritersTest):
                 self.assertEqual(order, sorted(order))
                 if write.target is not None:
                     self.assert_checked_before(calls, write.target, order[4], order[5])
-                    self.assert_noted(calls, order[4], order[6])
+                    self.assert_looked_at(calls, order[4], order[6])
 
     def assert_checked_before(self, calls, target, synced, renamed):
         """The file is looked at again just before it is replaced."""
@@ -67,17 +67,17 @@ class Order(WritersTest):
                  if call.name in ("newfstatat", "fstatat64") and f'"{target}"' in call.text]
         self.assertTrue(any(synced < i < renamed for i in looks))
 
-    def assert_noted(self, calls, synced, folder_synced):
-        """What is taken out of the folder is noted for as long as it is out, and looked at; and no
-        sync is made for that."""
-        order = [synced, self.position(calls, "symlinkat", NOTE)]
-        order += [i for i, call in enumerate(calls)
-                  if call.name.startswith("rename") and f'"{TAKEN}"' in call.text]
+    def assert_looked_at(self, calls, synced, directory_synced):
+        """What is taken out of the directory is looked at before it is removed; and no sync is made
+        for that."""
+        out = [i for i, call in enumerate(calls)
+               if call.name.startswith("rename") and QUARANTINE in call.text]
         read = [i for i, call in enumerate(calls)
-                if call.name == "read" and call.place == str(self.work / TAKEN)]
+                if call.name == "read" and QUARANTINE in call.place]
+        self.assertTrue(out)
         self.assertTrue(read)
-        order += [read[0], self.position(calls, "unlinkat", f'"{TAKEN}"'),
-                  self.position(calls, "unlinkat", f'"{NOTE}"'), folder_synced]
+        order = [synced, *out, *read, self.position(calls, "unlinkat", QUARANTINE),
+                 directory_synced]
         self.assertEqual(order, sorted(order))
         self.assertLessEqual(len([call for call in calls if call.name == "fsync"]), 2)
 
@@ -90,7 +90,7 @@ class Order(WritersTest):
             self.position(calls, "fsync", "", place=str(self.work)),
             self.answer_written(calls),
         ]
-        self.assert_noted(calls, order[0], order[2])
+        self.assert_looked_at(calls, order[0], order[2])
         self.assertEqual(order, sorted(order))
 
     def test_of_reading_waits_for_nobody(self):

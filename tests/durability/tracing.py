@@ -3,6 +3,7 @@
 import collections
 import json
 import re
+import time
 
 # number: how many calls of this name the run had made, this one included: strace counts so.
 # place: the path of the first file that the call names or has open; "" when there is none.
@@ -33,6 +34,8 @@ def calls_of(trace):
 def run_under_strace(test, arguments, word, request, **options):
     """The request comes from a file: how a pipe is read differs from run to run."""
     path = test.place / "request.json"
+    # How often a directory is listed that was changed just now depends on the time.
+    time.sleep(0.03)
     path.write_bytes(request if isinstance(request, bytes) else json.dumps(request).encode())
     with path.open("rb") as stdin:
         return test.run_program("-f", "-qq", *arguments, test.program, word, program="strace",

@@ -13,8 +13,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "cli"))
 from quenbrook import PROGRAM, QuenbrookTest, calendar_text, event
 
 TEMPORARY = ".quenbrook.tmp"
-TAKEN = ".quenbrook.taken.tmp"
-NOTE = ".quenbrook.note.tmp"
+QUARANTINE = ".quenbrook.quarantine-"
 MANY = 200
 
 # target: the file that the write changes; None when it makes one.
@@ -91,9 +90,21 @@ class WritersTest(QuenbrookTest):
             (self.work / name).write_bytes(content)
 
     def files(self):
-        """The files of the calendar; what a writer left under a temporary name is none."""
+        """The files of the calendar; what a writer left under a name of its own is none."""
         return {path.name: path.read_bytes() for path in self.work.iterdir()
-                if path.name not in (TEMPORARY, TAKEN, NOTE)}
+                if path.name != TEMPORARY and not path.name.startswith(QUARANTINE)}
+
+    def quarantined(self):
+        return [path.read_bytes() for path in self.work.iterdir()
+                if path.name.startswith(QUARANTINE)]
+
+    def assert_quarantined(self, write):
+        """At most one file is: what was replaced or removed, or what was to replace it."""
+        contents = self.quarantined()
+        self.assertLessEqual(len(contents), 1)
+        for content in contents:
+            self.assertIn(without_chance(content), [
+                without_chance(CALENDAR.get(write.target)), self.finished[write.name][0]])
 
     def left_over(self):
         return sorted(path.name for path in self.work.iterdir() if path.name.startswith("."))
@@ -128,14 +139,16 @@ class WritersTest(QuenbrookTest):
                          else self.finished[write.name][1])
 
     def assert_next_write_works(self):
-        before = self.files()
+        before, quarantined = self.files(), self.quarantined()
         answer = self.answer("create-event", dict(calendarId="work", title="Next", **TIMES))
         after = self.files()
         new = answer["id"].removeprefix("work:") + ".ics"
         self.assertIn(b"SUMMARY:Next\r\n", after.pop(new))
         self.assertEqual(after, before)
-        # Whatever was left over is cleared away by then.
-        self.assertEqual(self.left_over(), [])
+        # Whatever else was left over is cleared away by then.
+        self.assertEqual(self.quarantined(), quarantined)
+        self.assertEqual([name for name in self.left_over() if not name.startswith(QUARANTINE)],
+                         [])
 
     def assert_success_told(self, write, result):
         self.assertEqual((result.status, result.err), (0, b""), result)

@@ -1,5 +1,7 @@
 #include "tests/eventkit/StoreTest.h"
+#include "tests/support/EventsOf.h"
 
+#include <functional>
 #include <future>
 #include <thread>
 
@@ -24,7 +26,7 @@ class Access : public StoreTest {
     // Every answer that the completion was given by the time the prompt had been dealt with.
     std::vector<Answer> ask() {
         std::vector<Answer> answers;
-        store().requestFullAccess([&](bool granted, std::optional<platform::PlatformError> error) {
+        store().requestFullAccess([&](bool granted, std::optional<model::PlatformError> error) {
             answers.push_back(
                 {granted, error ? std::optional<std::string>(error->what()) : std::nullopt,
                     std::this_thread::get_id()});
@@ -84,11 +86,51 @@ TEST_F(Access, HandsOnAnErrorWhateverTheFlag) {
 }
 
 TEST_F(Access, OpensTheCalendarsOfAStoreThatWasOpenBefore) {
+    for (const bool hides : {false, true}) {
+        world_.hidesUntilReset = hides;
+        world_.calendars.clear();
+        addCalendar(u"C1");
+        world_.authorizationStatus = 0;
+        EXPECT_TRUE(store().calendars().empty());
+        ask();
+        EXPECT_EQ(store().calendars().size(), 1U);
+        closeStore();
+    }
+}
+
+TEST_F(Access, ResetsTheStoreBeforeTheFirstUseOfAGrantAndNeverElse) {
     addCalendar(u"C1");
-    world_.authorizationStatus = 0;
-    EXPECT_TRUE(store().calendars().empty());
-    ask();
-    EXPECT_EQ(store().calendars().size(), 1U);
+    addEvent(u"E1");
+    world_.hidesUntilReset = true;
+    const std::function<void()> uses[] = {[&] { store().calendars(); },
+        [&] { EXPECT_TRUE(store().calendar("C1")); }, [&] { EXPECT_TRUE(store().event("E1")); },
+        [&] { EXPECT_TRUE(store().eventToChange("E1")); },
+        [&] { EXPECT_TRUE(store().participants("E1")); },
+        [&] { EXPECT_EQ(tests::eventsOf(store(), ten, eleven).size(), 1U); }};
+    for (const auto& use : uses) {
+        closeStore();
+        world_.authorizationStatus = 0;
+        ask();
+        EXPECT_EQ(callsOf(use).front(), "EKEventStore reset");
+        EXPECT_NE(callsOf(use).front(), "EKEventStore reset");
+    }
+    closeStore();
+    EXPECT_EQ(callsOf(uses[0]).front(), "EKEventStore calendarsForEntityType: 0");
+}
+
+TEST_F(Access, HandsOnARefusalWithoutAPrompt) {
+    for (const bool hasError : {false, true}) {
+        world_.authorizationStatus = 0;
+        world_.prompt = {.granted = false, .isShown = false};
+        if (hasError) {
+            world_.prompt.error = u"no usage text";
+        }
+        const auto answers = ask();
+        ASSERT_EQ(answers.size(), 1U);
+        EXPECT_FALSE(answers[0].granted);
+        EXPECT_EQ(answers[0].error.has_value(), hasError);
+        EXPECT_EQ(store().authorizationStatus(), 0);
+    }
 }
 
 TEST_F(Access, KeepsTheCompletionUntilItsAnswerAndNoLonger) {

@@ -4,7 +4,7 @@
 
 namespace quenbrook::eventkit {
 
-using platform::Color;
+using model::Color;
 using testing::ElementsAre;
 
 class Calendars : public StoreTest {
@@ -29,10 +29,9 @@ TEST_F(Calendars, AreListedInTheOrderOfTheFramework) {
 
 TEST_F(Calendars, AreReadWithTheirProperties) {
     world_.calendars.push_back(fullCalendar(u"C1"));
-    const platform::Calendar expected{
-        "C1", "Work", true, platform::Source{"Company", 2}, Color{1.0, 0.25, 0.5}};
+    const model::Calendar expected{
+        "C1", "Work", true, model::Source{"Company", 2}, Color{1.0, 0.25, 0.5}};
     EXPECT_THAT(store().calendars(), ElementsAre(expected));
-    EXPECT_EQ(store().calendar("C1"), expected);
 }
 
 TEST_F(Calendars, AreReadWithTheseCallsInThisOrder) {
@@ -67,7 +66,7 @@ TEST_F(Calendars, KeepTheNumberOfAnySourceType) {
     for (const std::int64_t type : {0, 3, 5, 6, 100, -1}) {
         world_.calendars.clear();
         addCalendar(u"C1").source = standin::Source{u"Account", type};
-        EXPECT_EQ(store().calendars().at(0).source, (platform::Source{"Account", type}));
+        EXPECT_EQ(store().calendars().at(0).source, (model::Source{"Account", type}));
     }
 }
 
@@ -107,8 +106,13 @@ TEST_F(CalendarsDeathTest, EndTheProcessWithoutTheSRGBSpace) {
 
 TEST_F(Calendars, AreFoundByIdentifierWithOneLookUp) {
     addCalendar(u"C1");
-    addCalendar(u"C2").title = u"Second";
-    EXPECT_EQ(store().calendar("C2")->title, "Second");
+    addCalendar(u"C2").allowsContentModifications = false;
+    EXPECT_TRUE(store().calendar("C1")->allowsContentModifications);
+    EXPECT_EQ(store().calendar("C2"),
+        (model::Calendar{.identifier = "C2", .allowsContentModifications = false}));
+    EXPECT_THAT(callsOf([&] { store().calendar("C1"); }),
+        ElementsAre("EKEventStore calendarWithIdentifier: C1", "EKCalendar calendarIdentifier",
+            "EKCalendar allowsContentModifications"));
     EXPECT_THAT(callsOf([&] { EXPECT_FALSE(store().calendar("C3")); }),
         ElementsAre("EKEventStore calendarWithIdentifier: C3"));
 }

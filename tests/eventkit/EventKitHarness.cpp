@@ -15,11 +15,11 @@ std::optional<std::u16string> utf16(const std::optional<std::string>& text) {
     return text ? std::optional(utf16(*text)) : std::nullopt;
 }
 
-double seconds(platform::Instant instant) {
+double seconds(model::Instant instant) {
     return std::chrono::duration<double>(instant.time_since_epoch()).count();
 }
 
-std::optional<double> seconds(const std::optional<platform::Instant>& instant) {
+std::optional<double> seconds(const std::optional<model::Instant>& instant) {
     return instant ? std::optional(seconds(*instant)) : std::nullopt;
 }
 
@@ -28,7 +28,7 @@ std::optional<std::vector<std::int64_t>> listOrNil(const std::vector<std::int64_
     return numbers.empty() ? std::nullopt : std::optional(numbers);
 }
 
-standin::Rule toRule(const platform::RecurrenceRule& rule) {
+standin::Rule toRule(const model::RecurrenceRule& rule) {
     standin::Rule result{.frequency = rule.frequency, .interval = rule.interval};
     if (rule.end) {
         result.end = {
@@ -87,7 +87,7 @@ std::string EventKitHarness::addEvent(
     event.isAllDay = seed.isAllDay;
     event.location = utf16(seed.location);
     event.notes = utf16(seed.notes);
-    for (const platform::Participant& participant : seed.participants) {
+    for (const model::Participant& participant : seed.participants) {
         if (!event.attendees) {
             event.attendees.emplace();
         }
@@ -100,7 +100,7 @@ std::string EventKitHarness::addEvent(
         event.alarms->push_back({offset, std::nullopt});
     }
     event.recurrenceRules.emplace();
-    for (const platform::RecurrenceRule& rule : seed.recurrenceRules) {
+    for (const model::RecurrenceRule& rule : seed.recurrenceRules) {
         event.recurrenceRules->push_back(toRule(rule));
     }
     event.lastModifiedDate = seconds(seed.lastModified);
@@ -109,8 +109,8 @@ std::string EventKitHarness::addEvent(
     return identifier;
 }
 
-std::unique_ptr<platform::CalendarStore> EventKitHarness::openStore() {
-    return platform::openCalendarStore();
+std::unique_ptr<stores::CalendarStore> EventKitHarness::openStore() {
+    return stores::openCalendarStore();
 }
 
 } // namespace quenbrook::eventkit

@@ -15,7 +15,7 @@ class EventKitHarness final : public contract::StoreHarness {
     std::string addCalendar(const contract::CalendarSeed& seed) override;
     std::string addEvent(
         const std::string& calendarIdentifier, const contract::EventSeed& seed) override;
-    std::unique_ptr<platform::CalendarStore> openStore() override;
+    std::unique_ptr<stores::CalendarStore> openStore() override;
 
   private:
     standin::World world_;

@@ -1,22 +1,22 @@
 #include "tests/eventkit/StoreTest.h"
+#include "tests/support/EventsOf.h"
 
 #include <gmock/gmock.h>
 
 namespace quenbrook::eventkit {
 
-using platform::Calendar;
-using platform::Instant;
+using model::Calendar;
+using model::Instant;
 using testing::ElementsAre;
 
 class Events : public StoreTest {
   protected:
-    std::vector<platform::Event> eventsOfTheDay() {
-        return store().events(
-            ten - std::chrono::hours{10}, ten + std::chrono::hours{14}, std::nullopt);
+    std::vector<model::Event> eventsOfTheDay() {
+        return tests::eventsOf(store(), ten - std::chrono::hours{10}, ten + std::chrono::hours{14});
     }
     std::vector<std::string> predicateFor(const std::vector<Calendar>& calendars) {
-        auto calls =
-            callsOf([&] { store().events(ten, eleven, std::span<const Calendar>(calendars)); });
+        auto calls = callsOf(
+            [&] { tests::eventsOf(store(), ten, eleven, std::span<const Calendar>(calendars)); });
         std::erase_if(
             calls, [](const std::string& call) { return !call.starts_with("EKEventStore"); });
         return calls;
@@ -36,19 +36,19 @@ TEST_F(Events, AreReadWithTheirProperties) {
     EXPECT_EQ(event.location, "Room 1");
     EXPECT_EQ(event.notes, "Bring notes");
     EXPECT_THAT(
-        event.participants, ElementsAre(platform::Participant{"mailto:zoe@example.com", "Zoe", 2},
-                                platform::Participant{"mailto:a@example.com", std::nullopt, 1}));
+        event.participants, ElementsAre(model::Participant{"mailto:zoe@example.com", "Zoe", 2},
+                                model::Participant{"mailto:a@example.com", std::nullopt, 1}));
     EXPECT_EQ(event.alarmCount, 2U);
     EXPECT_THAT(event.recurrenceRules,
-        ElementsAre(platform::RecurrenceRule{.frequency = 2,
+        ElementsAre(model::RecurrenceRule{.frequency = 2,
                         .interval = 2,
-                        .end = platform::RecurrenceEnd::withOccurrenceCount(5),
+                        .end = model::RecurrenceEnd::withOccurrenceCount(5),
                         .daysOfTheWeek = {6, 2},
                         .daysOfTheMonth = {1, -1},
                         .monthsOfTheYear = {3, 4}},
-            platform::RecurrenceRule{.frequency = 1,
+            model::RecurrenceRule{.frequency = 1,
                 .interval = 1,
-                .end = platform::RecurrenceEnd::withEndDate(ten + std::chrono::days{10})}));
+                .end = model::RecurrenceEnd::withEndDate(ten + std::chrono::days{10})}));
     EXPECT_EQ(event.lastModified, ten - std::chrono::seconds{100});
     EXPECT_EQ(event.availability, 1);
 }
@@ -80,7 +80,7 @@ TEST_F(Events, MayHaveParticipantsWithoutURL) {
     addCalendar(u"C1");
     addEvent(u"E1").attendees = {{std::nullopt, u"Nobody", 0}};
     EXPECT_THAT(
-        store().event("E1")->participants, ElementsAre(platform::Participant{"", "Nobody", 0}));
+        store().event("E1")->participants, ElementsAre(model::Participant{"", "Nobody", 0}));
 }
 
 TEST_F(Events, KeepNumbersThatNobodyKnowsYet) {
@@ -163,13 +163,10 @@ TEST_F(Events, AreReadWithTheseCallsInThisOrder) {
     world_.events.push_back(event);
     EXPECT_THAT(callsOf([&] { store().event("E1"); }),
         ElementsAre("EKEventStore eventWithIdentifier: E1", "EKEvent eventIdentifier",
-            "EKEvent calendar", "EKCalendar calendarIdentifier", "EKCalendar calendarIdentifier",
-            "EKCalendar title", "EKCalendar allowsContentModifications", "EKCalendar source",
-            "EKSource title", "EKSource sourceType", "EKCalendar CGColor",
-            "CGColorSpaceCreateWithName", "CGColorCreateCopyByMatchingToColorSpace intent=0",
-            "CGColorGetNumberOfComponents", "CGColorGetComponents", "EKEvent title",
-            "EKEvent startDate", "EKEvent endDate", "EKEvent isAllDay", "EKEvent location",
-            "EKEvent notes", "EKEvent attendees", "EKParticipant URL", "EKParticipant name",
+            "EKEvent calendar", "EKCalendar calendarIdentifier",
+            "EKCalendar allowsContentModifications", "EKEvent title", "EKEvent startDate",
+            "EKEvent endDate", "EKEvent isAllDay", "EKEvent location", "EKEvent notes",
+            "EKEvent attendees", "EKParticipant URL", "EKParticipant name",
             "EKParticipant participantStatus", "EKEvent alarms", "EKEvent recurrenceRules",
             "EKRecurrenceRule frequency", "EKRecurrenceRule interval",
             "EKRecurrenceRule recurrenceEnd", "EKRecurrenceEnd occurrenceCount",
@@ -179,18 +176,15 @@ TEST_F(Events, AreReadWithTheseCallsInThisOrder) {
             "EKEvent availability"));
 }
 
-TEST_F(Events, ShareTheirCalendarWhichIsReadOnce) {
+TEST_F(Events, ShareTheirCalendar) {
     addCalendar(u"C1");
     for (const char16_t* identifier : {u"E1", u"E2", u"E3"}) {
         addEvent(identifier);
     }
-    const auto calls = callsOf([&] {
-        const auto found = eventsOfTheDay();
-        ASSERT_EQ(found.size(), 3U);
-        EXPECT_EQ(found[0].calendar, found[1].calendar);
-        EXPECT_EQ(found[0].calendar, found[2].calendar);
-    });
-    EXPECT_EQ(std::count(calls.begin(), calls.end(), "EKCalendar title"), 1);
+    const auto found = eventsOfTheDay();
+    ASSERT_EQ(found.size(), 3U);
+    EXPECT_EQ(found[0].calendar, found[1].calendar);
+    EXPECT_EQ(found[0].calendar, found[2].calendar);
 }
 
 TEST_F(Events, HaveTheirOwnCalendarOrNone) {
@@ -308,7 +302,7 @@ TEST_F(Events, OfCalendarsThatAreGoneAreNone) {
 TEST_F(Events, OfNoCalendarAreNone) {
     addCalendar(u"C1");
     addEvent(u"E1");
-    EXPECT_TRUE(store().events(ten, eleven, std::span<const Calendar>{}).empty());
+    EXPECT_TRUE(tests::eventsOf(store(), ten, eleven, std::span<const Calendar>{}).empty());
     EXPECT_THAT(predicateFor({}), ElementsAre());
 }
 
@@ -318,6 +312,40 @@ TEST_F(Events, MayOutliveTheirStore) {
     const auto event = store().event("E1");
     closeStore();
     EXPECT_EQ(event->title, "Planning");
+}
+
+TEST_F(Events, AreFoundForAChangeWithNothingButTheirCalendar) {
+    world_.calendars.push_back(fullCalendar(u"C1"));
+    world_.events.push_back(fullEvent(u"E1", u"C1"));
+    EXPECT_THAT(callsOf([&] { EXPECT_TRUE(store().eventToChange("E1")->handle); }),
+        ElementsAre("EKEventStore eventWithIdentifier: E1", "EKEvent calendar",
+            "EKCalendar calendarIdentifier", "EKCalendar allowsContentModifications"));
+    EXPECT_FALSE(store().eventToChange("E2"));
+    world_.events[0].calendar.reset();
+    EXPECT_EQ(store().eventToChange("E1")->calendar, nullptr);
+}
+
+TEST_F(Events, AreAskedForTheirParticipantsAndNothingElse) {
+    world_.calendars.push_back(fullCalendar(u"C1"));
+    world_.events.push_back(fullEvent(u"E1", u"C1"));
+    world_.events[0].attendees->resize(1);
+    EXPECT_THAT(callsOf([&] { EXPECT_EQ(store().participants("E1")->size(), 1U); }),
+        ElementsAre("EKEventStore eventWithIdentifier: E1", "EKEvent attendees",
+            "EKParticipant URL", "EKParticipant name", "EKParticipant participantStatus"));
+    EXPECT_FALSE(store().participants("E2"));
+}
+
+TEST_F(Events, MayLackDatesWhenTheyAreChanged) {
+    addCalendar(u"C1");
+    addEvent(u"E1").startDate.reset();
+    addEvent(u"E2").endDate.reset();
+    for (const char* identifier : {"E1", "E2"}) {
+        EXPECT_FALSE(store().update(store().eventToChange(identifier).value(), {.title = "New"}));
+        EXPECT_TRUE(store().update(
+            store().eventToChange(identifier).value(), {.start = ten, .end = eleven}));
+        EXPECT_TRUE(store().participants(identifier));
+        EXPECT_TRUE(store().remove(store().eventToChange(identifier).value()));
+    }
 }
 
 using EventsDeathTest = Events;

@@ -1,4 +1,5 @@
 #include "tests/eventkit/StoreTest.h"
+#include "tests/support/EventsOf.h"
 
 #include <gmock/gmock.h>
 
@@ -19,7 +20,7 @@ TEST_F(ObjectCount, SeesTheEventsThatAreHeld) {
     world_.calendars.push_back(fullCalendar(u"C1"));
     world_.events = {fullEvent(u"E1", u"C1"), fullEvent(u"E2", u"C1")};
     {
-        const auto events = store().events(ten, eleven, std::nullopt);
+        const auto events = tests::eventsOf(store(), ten, eleven);
         EXPECT_THAT(
             standin::liveObjects(), ElementsAre(Pair("EKEvent", 2), Pair("EKEventStore", 1)));
     }
@@ -28,9 +29,9 @@ TEST_F(ObjectCount, SeesTheEventsThatAreHeld) {
 
 TEST_F(ObjectCount, SeesOneObjectForACalendarHoweverOftenItIsRead) {
     world_.calendars = {fullCalendar(u"C1"), fullCalendar(u"C2")};
-    store().calendars();
-    store().calendars();
     store().calendar("C1");
+    store().calendars();
+    store().calendars();
     const auto objects = standin::liveObjects();
     EXPECT_EQ(objects.at("EKCalendar"), 2);
     EXPECT_FALSE(objects.contains("EKSource"));

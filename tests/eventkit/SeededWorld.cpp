@@ -181,6 +181,7 @@ void from_json(const Json& object, Prompt& prompt) {
     read(object, "granted", prompt.granted);
     read(object, "error", prompt.error);
     read(object, "late", prompt.answersLate);
+    read(object, "shown", prompt.isShown);
 }
 
 namespace {
@@ -203,7 +204,12 @@ class SeededWorld {
         read(document_, "prompt", world_.prompt);
         read(document_, "refusesSaves", world_.refusesSaves);
         read(document_, "refusesRemovals", world_.refusesRemovals);
+        read(document_, "savesNothingWithoutError", world_.savesNothingWithoutError);
         read(document_, "removesNothingWithoutError", world_.removesNothingWithoutError);
+        read(document_, "leadsToRemovedOccurrences", world_.leadsToRemovedOccurrences);
+        read(document_, "namesOccurrencesApart", world_.namesOccurrencesApart);
+        read(document_, "hidesUntilReset", world_.hidesUntilReset);
+        read(document_, "changesIdentifiers", world_.changesIdentifiers);
         read(document_, "raisingCall", world_.raisingCall);
         read(document_, "calendars", world_.calendars);
         read(document_, "events", world_.events);

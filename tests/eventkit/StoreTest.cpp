@@ -11,9 +11,9 @@ void StoreTest::TearDown() {
     EXPECT_EQ(world_.objectsThatOutlivedTheirStore, 0);
 }
 
-platform::CalendarStore& StoreTest::store() {
+stores::CalendarStore& StoreTest::store() {
     if (!store_) {
-        store_ = platform::openCalendarStore();
+        store_ = stores::openCalendarStore();
     }
     return *store_;
 }

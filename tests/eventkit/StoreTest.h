@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/CalendarStore.h"
+#include "stores/CalendarStore.h"
 #include "tests/eventkit/stand-in/World.h"
 
 #include <memory>
@@ -18,7 +18,7 @@ class StoreTest : public testing::Test {
     void TearDown() override;
 
     // Opened by the first use.
-    platform::CalendarStore& store();
+    stores::CalendarStore& store();
     void closeStore() { store_.reset(); }
 
     // What the framework was asked while `operation` ran.
@@ -37,12 +37,12 @@ class StoreTest : public testing::Test {
     standin::World world_;
 
   private:
-    std::unique_ptr<platform::CalendarStore> store_;
+    std::unique_ptr<stores::CalendarStore> store_;
 };
 
 // 10:00 UTC on 5 January 2026.
-constexpr platform::Instant ten{std::chrono::seconds{1767607200}};
-constexpr platform::Instant eleven = ten + std::chrono::hours{1};
+constexpr model::Instant ten{std::chrono::seconds{1767607200}};
+constexpr model::Instant eleven = ten + std::chrono::hours{1};
 constexpr double tenInSeconds = 1767607200;
 
 // The calls that write: those that neither read a property nor look at a colour.

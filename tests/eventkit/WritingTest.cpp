@@ -4,8 +4,8 @@
 
 namespace quenbrook::eventkit {
 
-using platform::EventChanges;
-using platform::RecurrenceEnd;
+using model::EventChanges;
+using model::RecurrenceEnd;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
@@ -94,9 +94,9 @@ TEST_F(Writing, StoresWhatWasCreatedAndGivesItBackAsSaved) {
             .frequency = 0, .interval = 2, .end = standin::RuleEnd{0, tenInSeconds + 3600}}));
 
     EXPECT_FALSE(created->identifier->empty());
-    EXPECT_EQ(*created->calendar, store().calendar("C1"));
-    EXPECT_EQ(created->recurrenceRules, *changes.recurrenceRules);
-    EXPECT_EQ(created->lastModified.has_value(), stored.lastModifiedDate.has_value());
+    EXPECT_EQ(created->calendarIdentifier, "C1");
+    EXPECT_EQ(created->start, ten);
+    EXPECT_EQ(created->end, eleven);
 }
 
 TEST_F(Writing, GivesBackTheDatesThatTheFrameworkMadeOfThem) {
@@ -107,6 +107,52 @@ TEST_F(Writing, GivesBackTheDatesThatTheFrameworkMadeOfThem) {
     EXPECT_EQ(created->end - created->start, std::chrono::days{1} - std::chrono::seconds{1});
 }
 
+TEST_F(Writing, ReadsOfWhatItCreatedOnlyWhatItTells) {
+    addCalendar(u"C1");
+    const auto calendar = store().calendar("C1").value();
+    const auto calls = callsOf([&] { store().create(calendar, aNewEvent()); });
+    const auto saved = std::find(calls.begin(), calls.end(), saving);
+    EXPECT_THAT(std::vector<std::string>(saved, calls.end()),
+        ElementsAre(saving, "EKEvent eventIdentifier", "EKCalendar calendarIdentifier",
+            "EKEvent startDate", "EKEvent endDate"));
+}
+
+TEST_F(Writing, TellsTheIdentifierThatTheSaveGave) {
+    addCalendar(u"C1");
+    addEvent(u"E1");
+    world_.changesIdentifiers = true;
+    const auto created = store().create(store().calendar("C1").value(), aNewEvent());
+    ASSERT_EQ(world_.events.size(), 2U);
+    EXPECT_TRUE(store().event(*created->identifier));
+    EXPECT_TRUE(store().update(store().event("E1").value(), {.title = "New"}));
+    EXPECT_FALSE(store().event("E1"));
+}
+
+// Seconds of an alarm beyond 32 bits and beyond what a float tells apart, and such counts.
+TEST_F(Writing, KeepsNumbersOfEverySize) {
+    addCalendar(u"C1");
+    const auto calendar = store().calendar("C1").value();
+    for (const std::int64_t number : {std::int64_t{16'777'217}, std::int64_t{2'147'483'649},
+             std::int64_t{4'294'967'297}, std::int64_t{9'007'199'254'740'991}}) {
+        world_.events.clear();
+        auto changes = aNewEvent();
+        changes.alarms = {static_cast<double>(-number), static_cast<double>(number)};
+        changes.recurrenceRules = {{.frequency = 0,
+            .interval = number,
+            .end = RecurrenceEnd::withOccurrenceCount(number),
+            .daysOfTheMonth = {number}}};
+        const auto created = store().create(calendar, changes);
+        ASSERT_TRUE(created);
+        const auto& stored = world_.events.at(0);
+        EXPECT_EQ(stored.alarms->at(0).relativeOffset, static_cast<double>(-number));
+        EXPECT_EQ(stored.alarms->at(1).relativeOffset, static_cast<double>(number));
+        EXPECT_EQ(stored.recurrenceRules->at(0).interval, number);
+        EXPECT_EQ(stored.recurrenceRules->at(0).end->occurrenceCount, number);
+        EXPECT_EQ(stored.recurrenceRules->at(0).daysOfTheMonth->at(0), number);
+        EXPECT_EQ(store().event(*created->identifier)->recurrenceRules, *changes.recurrenceRules);
+    }
+}
+
 TEST_F(Writing, CreatesRulesWithDaysAndMonths) {
     addCalendar(u"C1");
     auto changes = aNewEvent();
@@ -115,8 +161,7 @@ TEST_F(Writing, CreatesRulesWithDaysAndMonths) {
         .daysOfTheWeek = {2, 6},
         .daysOfTheMonth = {1, -1},
         .monthsOfTheYear = {3}}};
-    const auto created = store().create(store().calendar("C1").value(), changes);
-    EXPECT_EQ(created->recurrenceRules, *changes.recurrenceRules);
+    ASSERT_TRUE(store().create(store().calendar("C1").value(), changes));
     EXPECT_THAT(
         world_.events.at(0).recurrenceRules.value(), ElementsAre(standin::Rule{.frequency = 3,
                                                          .interval = 1,
@@ -133,21 +178,21 @@ TEST_F(Writing, CreatesRulesWithDaysThatEnd) {
         changes.recurrenceRules = {
             {.frequency = 1, .interval = 1, .end = end, .daysOfTheWeek = {2, 6}}};
         const auto created = store().create(store().calendar("C1").value(), changes);
-        EXPECT_EQ(created->recurrenceRules, *changes.recurrenceRules);
+        EXPECT_EQ(store().event(*created->identifier)->recurrenceRules, *changes.recurrenceRules);
     }
 }
 
 TEST_F(Writing, DoesNotPassOnRulesThatAreNone) {
     addCalendar(u"C1");
     const auto calendar = store().calendar("C1").value();
-    for (const auto& rule : std::vector<platform::RecurrenceRule>{{.frequency = 4, .interval = 1},
+    for (const auto& rule : std::vector<model::RecurrenceRule>{{.frequency = 4, .interval = 1},
              {.frequency = -1, .interval = 1}, {.frequency = 0, .interval = 0},
              {.frequency = 0, .interval = 1, .end = RecurrenceEnd::withOccurrenceCount(0)},
              {.frequency = 1, .interval = 1, .daysOfTheWeek = {8}},
              {.frequency = 1, .interval = 0, .daysOfTheWeek = {1}}}) {
         auto changes = aNewEvent();
         changes.recurrenceRules = {rule};
-        EXPECT_THROW(store().create(calendar, changes), platform::PlatformError);
+        EXPECT_THROW(store().create(calendar, changes), model::PlatformError);
     }
     EXPECT_THAT(world_.events, IsEmpty());
 }
@@ -199,7 +244,7 @@ TEST_F(Writing, UpdatesWithNoMoreCallsThanThereAreChanges) {
             {{.notes = "N"}, {"EKEvent setNotes: N"}},
             {{.alarms = std::vector<double>{}}, {"EKEvent setAlarms: 0"}},
             {{.alarms = {{-60}}}, {"EKAlarm alarmWithRelativeOffset: -60", "EKEvent setAlarms: 1"}},
-            {{.recurrenceRules = std::vector<platform::RecurrenceRule>{}},
+            {{.recurrenceRules = std::vector<model::RecurrenceRule>{}},
                 {"EKEvent setRecurrenceRules: nil"}},
             {everything, {"EKEvent setTitle: T", "EKEvent setStartDate: 1767607200",
                              "EKEvent setEndDate: 1767610800", "EKEvent setAllDay: NO",
@@ -213,6 +258,10 @@ TEST_F(Writing, UpdatesWithNoMoreCallsThanThereAreChanges) {
         addEvent(u"E1");
         auto expected = calls;
         expected.emplace_back(saving);
+        const bool isAllThere = calls.empty() || calls.front() == "EKEvent setAllDay: NO";
+        if (isAllThere) {
+            expected.emplace_back("EKEvent hasChanges");
+        }
         EXPECT_THAT(callsOfUpdating(changes), ElementsAreArray(expected));
     }
 }
@@ -235,9 +284,9 @@ TEST_F(Writing, SavesWhatIsUnchanged) {
     addCalendar(u"C1");
     addEvent(u"E1");
     const auto before = world_.events.at(0);
-    EXPECT_THAT(callsOfUpdating({}), ElementsAre(saving));
-    EXPECT_THAT(
-        callsOfUpdating({.title = "Title"}), ElementsAre("EKEvent setTitle: Title", saving));
+    EXPECT_THAT(callsOfUpdating({}), ElementsAre(saving, "EKEvent hasChanges"));
+    EXPECT_THAT(callsOfUpdating({.title = "Title"}),
+        ElementsAre("EKEvent setTitle: Title", saving, "EKEvent hasChanges"));
     EXPECT_EQ(world_.events.at(0), before);
 }
 
@@ -292,6 +341,17 @@ TEST_F(Writing, RefusesANewEventThatWasNotSavedForWhateverReason) {
     EXPECT_FALSE(store().create(calendar, aNewEvent()));
 }
 
+TEST_F(Writing, RefusesAnUpdateThatWasNotSavedForWhateverReason) {
+    addCalendar(u"C1");
+    addEvent(u"E1");
+    const auto event = store().event("E1").value();
+    world_.savesNothingWithoutError = true;
+    EXPECT_THAT(callsOf([&] { EXPECT_FALSE(store().update(event, {.title = "Other"})); }),
+        ElementsAre("EKEvent setTitle: Other", saving, "EKEvent hasChanges", "EKEvent rollback"));
+    EXPECT_TRUE(store().update(event, {}));
+    EXPECT_EQ(world_.events[0].title, u"Title");
+}
+
 TEST_F(Writing, RefusesARemovalThatWasNotMadeForWhateverReason) {
     addCalendar(u"C1");
     addEvent(u"E1");
@@ -317,9 +377,9 @@ TEST_F(Writing, TakesNoEventOfAnotherStore) {
     addCalendar(u"C1");
     addEvent(u"E1");
     const auto event = store().event("E1").value();
-    const auto other = platform::openCalendarStore();
-    EXPECT_THROW(other->update(event, {.title = "Other"}), platform::PlatformError);
-    EXPECT_THROW(other->remove(event), platform::PlatformError);
+    const auto other = stores::openCalendarStore();
+    EXPECT_THROW(other->update(event, {.title = "Other"}), model::PlatformError);
+    EXPECT_THROW(other->remove(event), model::PlatformError);
     EXPECT_EQ(world_.events.at(0).title, u"Title");
 }
 
@@ -359,16 +419,51 @@ TEST_F(Writing, RemovesWithOneCall) {
     addEvent(u"E1");
     addEvent(u"E2");
     const auto event = store().event("E1").value();
-    EXPECT_THAT(callsOf([&] { EXPECT_TRUE(store().remove(event)); }), ElementsAre(removing));
+    EXPECT_THAT(callsOf([&] { EXPECT_TRUE(store().remove(event)); }),
+        ElementsAre("EKEvent hasRecurrenceRules", removing));
     ASSERT_EQ(world_.events.size(), 1U);
     EXPECT_EQ(world_.events[0].identifier, u"E2");
     EXPECT_FALSE(store().event("E1"));
 }
 
+TEST_F(Writing, RemovesOneOccurrenceAfterTheOther) {
+    for (const bool apart : {false, true}) {
+        world_.namesOccurrencesApart = apart;
+        world_.calendars.clear();
+        addCalendar(u"C1");
+        addEvent(u"E1").recurrenceRules = {
+            {.frequency = 1, .interval = 1, .end = standin::RuleEnd{3, std::nullopt}}};
+        for (int left = 3; left > 0; --left) {
+            EXPECT_TRUE(store().remove(store().eventToChange("E1").value())) << left;
+        }
+        EXPECT_THAT(world_.events, IsEmpty());
+    }
+}
+
+// When the identifier leads to what was removed before.
+TEST_F(Writing, RefusesToRemoveAnOccurrenceTwice) {
+    for (const bool apart : {false, true}) {
+        world_.leadsToRemovedOccurrences = true;
+        world_.namesOccurrencesApart = apart;
+        world_.calendars.clear();
+        world_.events.clear();
+        addCalendar(u"C1");
+        addEvent(u"E1").recurrenceRules = {{.frequency = 1, .interval = 1}};
+        // At the instant of the removed one, but another event.
+        addEvent(u"E2");
+        EXPECT_TRUE(store().remove(store().eventToChange("E1").value()));
+        const auto before = world_.events;
+        const auto event = store().eventToChange("E1").value();
+        const auto calls = callsOf([&] { EXPECT_FALSE(store().remove(event)); });
+        EXPECT_THAT(calls, testing::Not(testing::Contains(removing)));
+        EXPECT_EQ(world_.events, before);
+    }
+}
+
 TEST_F(Writing, RemovesAnEventThatItCreated) {
     addCalendar(u"C1");
     const auto created = store().create(store().calendar("C1").value(), aNewEvent());
-    EXPECT_TRUE(store().remove(created.value()));
+    EXPECT_TRUE(store().remove(store().event(*created->identifier).value()));
     EXPECT_THAT(world_.events, IsEmpty());
 }
 

@@ -146,6 +146,37 @@ class ProgramOverStandIn(QuenbrookTest):
             event["alarms"] = [alarm.get("date", alarm.get("offset")) for alarm in event["alarms"]]
         self.assertEqual(changed, before)
 
+    def test_does_not_claim_what_was_not_done(self):
+        self.seed(savesNothingWithoutError=True, removesNothingWithoutError=True)
+        before = self.file.read_bytes()
+        self.assertError(self.run_program("create-event", request=NEW),
+                         "EVENT_STORE_SAVE_FAILED", "EventKit save failed")
+        self.assertError(self.run_program("update-event", request={"id": "E1", "patch": {"title": "x"}}),
+                         "EVENT_STORE_SAVE_FAILED", "EventKit save failed")
+        self.assertError(self.run_program("cancel-event", request={"id": "E1"}),
+                         "EVENT_STORE_REMOVE_FAILED", "EventKit remove failed")
+        # What is there already need not be saved.
+        for patch in ({}, {"location": "Room 1"}):
+            self.assertEqual(self.answer("update-event", {"id": "E1", "patch": patch}),
+                             {"id": "E1", "updated": True})
+        self.assertEqual(self.file.read_bytes(), before)
+
+    def test_removes_an_occurrence_once(self):
+        series = {**holiday("E3"), "calendar": "C1", "rules": [{"frequency": 1, "interval": 1}]}
+        self.seed(events=[series], leadsToRemovedOccurrences=True)
+        self.assertEqual(self.answer("cancel-event", {"id": "E3"}), {"id": "E3", "cancelled": True})
+        before = self.stored()
+        self.assertError(self.run_program("cancel-event", request={"id": "E3"}),
+                         "EVENT_STORE_REMOVE_FAILED", "EventKit remove failed")
+        self.assertEqual(self.stored(), before)
+
+    def test_answers_with_the_identifier_after_the_save(self):
+        self.seed(changesIdentifiers=True)
+        created = self.answer("create-event", NEW)
+        self.assertEqual(created["id"], self.stored()[2]["identifier"])
+        self.assertEqual(self.answer("update-event", {"id": "E1", "patch": {"title": "x"}}),
+                         {"id": "E1", "updated": True})
+
     def test_reports_what_the_framework_refuses(self):
         self.seed(refusesSaves=True, refusesRemovals=True)
         before = self.file.read_bytes()
@@ -184,6 +215,38 @@ class ProgramOverStandIn(QuenbrookTest):
                     result = self.run_program("list-calendars")
                     self.assertEqual((result.out, result.err, result.status), (b"", UNEXPECTED, 1))
 
+    def test_sees_in_the_run_of_the_grant_what_was_granted(self):
+        for late in (False, True):
+            for word, request in (("list-calendars", {}), ("list-events", WHOLE_DAY),
+                                  ("get-event", {"calendarId": "C1", "eventId": "E1"}),
+                                  ("create-event", NEW), ("get-attendee-status", {"id": "E1"}),
+                                  ("update-event", {"id": "E1", "patch": {"title": "x"}}),
+                                  ("cancel-event", {"id": "E1"})):
+                with self.subTest(word=word, late=late):
+                    self.seed(status=0, prompt={"granted": True, "late": late}, hidesUntilReset=True)
+                    granted = self.answer(word, request)
+                    if word.startswith("list"):
+                        self.assertTrue(all(granted.values()))
+
+    def test_is_refused_without_a_prompt(self):
+        for _ in range(2):
+            self.seed(status=0, prompt={"granted": False, "shown": False})
+            self.assertError(self.run_program("list-calendars"), "ACCESS_DENIED",
+                             "User declined Calendar access.")
+        self.seed(status=0, prompt={"granted": False, "shown": False, "error": "no usage text"})
+        self.assertEqual(self.run_program("list-calendars").err, UNEXPECTED)
+
+    def test_keeps_what_is_saved_although_reading_it_raises(self):
+        raised = saved = 0
+        for call in range(5, 40):
+            self.seed(events=[], raisingCall=call)
+            result = self.run_program("create-event", request=NEW)
+            stored = self.stored()
+            self.assertEqual((result.status, len(stored)), (0, 1) if stored else (1, 0))
+            raised += not stored
+            saved += len(stored)
+        self.assertTrue(raised and saved)
+
     def test_reports_an_exception_of_the_framework(self):
         # The first calls open the store and read the status; the next are those of the operation.
         for call in range(5):
@@ -198,6 +261,12 @@ class ProgramOverStandIn(QuenbrookTest):
         self.seed(events=[PLANNING, broken])
         self.assertAborts("list-events", WHOLE_DAY)
         self.assertAborts("get-event", {"calendarId": "C2", "eventId": "E3"})
+        # Only who asks for the dates.
+        self.seed(events=[{**broken, "calendar": "C1"}])
+        self.assertEqual(self.answer("get-attendee-status", {"id": "E3"}), {"id": "E3", "attendees": []})
+        self.assertError(self.run_program("update-event", request={"id": "E3", "patch": {"title": "x"}}),
+                         "EVENT_STORE_SAVE_FAILED", "EventKit save failed")
+        self.assertEqual(self.answer("cancel-event", {"id": "E3"}), {"id": "E3", "cancelled": True})
 
     def test_writes_a_large_answer_to_a_slow_reader(self):
         self.seed(events=[{**PLANNING, "identifier": f"E{i}", "notes": "n" * 5_000}

@@ -1,4 +1,4 @@
-#include "platform/evolution/EvolutionStore.h"
+#include "stores/evolution/EvolutionStore.h"
 #include "tests/contract/SeedText.h"
 #include "tests/contract/StoreHarness.h"
 #include "tests/evolution/Desktop.h"
@@ -16,7 +16,7 @@ namespace {
 constexpr std::array<const char*, 6> backends{
     "local", "ews", "caldav", "caldav", "webcal", "contacts"};
 
-std::string colorText(const platform::Color& color) {
+std::string colorText(const model::Color& color) {
     std::ostringstream text;
     text << '#' << std::hex << std::setfill('0');
     for (const double component : color) {
@@ -68,8 +68,8 @@ class EvolutionHarness final : public StoreHarness {
         return calendarIdentifier + ":" + seed.name;
     }
 
-    std::unique_ptr<platform::CalendarStore> openStore() override {
-        return platform::evolution::openEvolutionStore();
+    std::unique_ptr<stores::CalendarStore> openStore() override {
+        return stores::evolution::openEvolutionStore();
     }
 
   private:
@@ -85,7 +85,7 @@ class EvolutionHarness final : public StoreHarness {
         return name + "-" + std::to_string(++number);
     }
 
-    std::string account(const platform::Source& source) {
+    std::string account(const model::Source& source) {
         const auto [account, isNew] = accounts_.emplace(source.title, newUid("account"));
         if (isNew) {
             desktop().addSource({.uid = account->second, .name = source.title, .backend = ""});

@@ -62,7 +62,8 @@ class OtherClient:
 
     def __getattr__(self, name):
         def call(*arguments, **options):
-            names = {"add_source": ["uid", "text"], "event": ["calendar", "uid"],
+            names = {"add_source": ["uid", "text"], "add_contact": ["text"],
+                     "event": ["calendar", "uid"],
                      "create": ["calendar", "events"], "modify": ["calendar", "events"],
                      "remove": ["calendar", "uid"], "add_zone": ["calendar", "text"]}
             command = dict(zip(names.get(name, ["calendar"]), arguments), do=name, **options)

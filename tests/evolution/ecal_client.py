@@ -32,6 +32,19 @@ class Client:
                       FAMILY + "SourceManager", "CreateSources",
                       GLib.Variant("(a{ss})", ({uid: text},)), None, 0, -1, None)
 
+    def add_contact(self, text):
+        bus = Gio.bus_get_sync(Gio.BusType.SESSION, None)
+
+        def call(name, path, interface, method, arguments):
+            return bus.call_sync(name, path, FAMILY + interface, method, arguments, None, 0, -1,
+                                 None).unpack()
+
+        path, name = call(FAMILY + "AddressBook10", "/org/gnome/evolution/dataserver/AddressBookFactory",
+                          "AddressBookFactory", "OpenAddressBook",
+                          GLib.Variant("(s)", ("system-address-book",)))
+        call(name, path, "AddressBook", "Open", None)
+        call(name, path, "AddressBook", "CreateContacts", GLib.Variant("(asu)", ([text], 0)))
+
     def open(self, calendar):
         if calendar not in self.clients:
             deadline = time.monotonic() + PATIENCE

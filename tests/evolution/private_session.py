@@ -111,6 +111,11 @@ class PrivateSession:
                 continue
         return found
 
+    def factory(self):
+        """The id of the calendar factory, which must be there."""
+        [process] = self.processes("evolution-calendar-factory")
+        return process
+
     def stop(self):
         if self.server:
             self.server.stop()

@@ -68,6 +68,19 @@ class Calendars(DesktopTest):
         strange = [each for each in self.calendars() if each["id"] == "strange"]
         self.assertEqual([each["writable"] for each in strange], [False])
 
+    def test_what_cannot_be_opened_may_be_missing_but_not_when_it_is_named(self):
+        range = {"startISO": "2026-01-01T00:00:00Z", "endISO": "2026-02-01T00:00:00Z"}
+        self.assertEqual(self.answer("list-events", range), {"events": []})
+        for word, request in [("list-events", {**range, "calendarIds": ["strange"]}),
+                              ("get-event", {"calendarId": "strange", "eventId": "strange:x"}),
+                              ("get-attendee-status", {"id": "strange:x"}),
+                              ("update-event", {"id": "strange:x", "patch": {}}),
+                              ("cancel-event", {"id": "strange:x"})]:
+            with self.subTest(word):
+                result = self.run_program(word, request=request)
+                self.assertEqual((result.out, result.status), (b"", 1))
+                self.assertIn(b'"UNKNOWN"', result.err)
+
     def test_speaks_the_language_of_the_user(self):
         for env, name in [
                 ({"LC_ALL": "C.UTF-8"}, "Work"),

@@ -1,7 +1,7 @@
-#include "platform/Text.h"
-#include "platform/icalendar/CalendarEdit.h"
-#include "platform/icalendar/CalendarReader.h"
-#include "platform/icalendar/CalendarStream.h"
+#include "icalendar/CalendarEdit.h"
+#include "icalendar/CalendarReader.h"
+#include "icalendar/stream/ParsedStream.h"
+#include "unicode/Text.h"
 
 #include <algorithm>
 #include <array>
@@ -18,10 +18,10 @@
 
 namespace {
 
-namespace icalendar = quenbrook::platform::icalendar;
-using quenbrook::platform::Event;
-using quenbrook::platform::EventChanges;
-using quenbrook::platform::Instant;
+namespace icalendar = quenbrook::icalendar;
+using quenbrook::model::Event;
+using quenbrook::model::EventChanges;
+using quenbrook::model::Instant;
 
 Instant yearsAfter1970(int years) {
     return std::chrono::sys_days(
@@ -37,7 +37,7 @@ void require(bool condition) {
 }
 
 void requireText(const std::optional<std::string>& text) {
-    require(!text || quenbrook::platform::isValidUTF8(*text));
+    require(!text || quenbrook::unicode::isValidUTF8(*text));
 }
 
 void check(const icalendar::FoundEvent& found, Instant from, Instant until) {
@@ -65,20 +65,20 @@ void list(std::string_view text, unsigned choice) {
 // How many there are of one occurrence: a file may say the same twice. Nothing when they were not
 // all looked for.
 std::optional<std::ptrdiff_t> countOf(const icalendar::FoundEvent& wanted, std::string_view text) {
-    icalendar::CalendarStream stream(text);
+    icalendar::ParsedStream stream(text);
     const auto series = stream.series(wanted.key.uid);
     if (!series) {
         return 0;
     }
     const Instant start = wanted.event.start;
-    const auto found = series->occurrencesIn(start, start + std::chrono::seconds(1));
+    const auto found = series->instancesIn(start, start + std::chrono::seconds(1));
     const auto count =
-        std::count_if(found.begin(), found.end(), [&](const icalendar::Occurrence& each) {
+        std::count_if(found.begin(), found.end(), [&](const icalendar::Instance& each) {
             return each.span.start == start &&
                    (!wanted.key.originalStart ||
                        each.originalStart.instant() == *wanted.key.originalStart);
         });
-    return stream.hasGivenUp() ? std::nullopt : std::optional(count);
+    return stream.isExhausted() ? std::nullopt : std::optional(count);
 }
 
 void tryChange(std::string_view text, const icalendar::FoundEvent& found) {
@@ -114,7 +114,7 @@ void tryMove(std::string_view text, const icalendar::FoundEvent& found) {
 void tryRemoval(std::string_view text, const icalendar::FoundEvent& found) {
     const auto without = icalendar::streamWithout(text, found.key, now);
     // What was never closed may find its end in what stood behind the removed event.
-    if (!without || icalendar::outlineOf(text).broken > 0) {
+    if (!without || icalendar::scanStream(text).broken > 0) {
         return;
     }
     const auto before = countOf(found, text);
@@ -133,7 +133,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         list(text, choice / 4);
         return 0;
     }
-    const auto events = icalendar::outlineOf(text).events;
+    const auto events = icalendar::scanStream(text).events;
     if (!events.empty()) {
         const std::string uid = icalendar::uidOf(text, events[choice / 4 % events.size()]);
         if (const auto found = icalendar::findEvent(text, uid)) {

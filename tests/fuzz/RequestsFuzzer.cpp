@@ -1,31 +1,72 @@
-#include "platform/JsonReader.h"
-#include "platform/JsonWriter.h"
 #include "src/DecodeStdin.h"
+#include "json/JsonReader.h"
+#include "json/JsonWriter.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <tuple>
 
-// The first byte chooses the record. Whatever decodes must be the same after it was written and
-// read again; whatever does not must be refused with an error of the two codes and a UTF-8
-// sentence.
+// The first byte chooses the record. A request that decodes must be the same after it was written
+// and read again, with blanks around it, and with earlier values of its keys and an unknown key
+// before them. One that does not must be refused with an error of the two codes and a sentence in
+// ASCII, blanks around it or not.
 
 namespace {
 
 template <class Request>
-void decode(std::string_view text) {
+struct Decoded {
+    std::optional<Request> request;
+    std::string refusal;
+
+    bool operator==(const Decoded&) const = default;
+};
+
+void require(bool holds) {
+    if (!holds) {
+        std::abort();
+    }
+}
+
+template <class Request>
+Decoded<Request> decoded(std::string_view text) {
     try {
-        const auto request = quenbrook::decodeStdin<Request>(text);
-        if (!(quenbrook::decodeStdin<Request>(quenbrook::platform::encodeJson(request)) ==
-                request)) {
-            std::abort();
-        }
+        return {quenbrook::decodeStdin<Request>(text), {}};
     } catch (const quenbrook::QuenbrookError& error) {
-        if ((error.code() != "INVALID_JSON" && error.code() != "MISSING_ARGS") ||
-            !quenbrook::platform::isValidUTF8(error.message())) {
-            std::abort();
-        }
+        require(error.code() == "INVALID_JSON" || error.code() == "MISSING_ARGS");
+        require(std::all_of(error.message().begin(), error.message().end(),
+            [](char c) { return static_cast<unsigned char>(c) < 0x80; }));
+        return {std::nullopt, error.message()};
+    }
+}
+
+template <class Record, class Value>
+void addWrongMember(std::string& object, const quenbrook::json::JsonField<Record, Value>& field) {
+    if (!quenbrook::json::isOptional<Value>) {
+        object.append("\"").append(field.name).append("\":[[]],");
+    }
+}
+
+// Every request requires a key, so its object has a member to stand behind these.
+template <class Request>
+std::string withEarlierMembers(std::string_view text) {
+    std::string earlier = R"({"unknown":[{"id":1}],)";
+    std::apply([&](const auto&... fields) { (addWrongMember(earlier, fields), ...); },
+        quenbrook::json::recordFields<Request>);
+    return std::string(text).replace(text.find('{'), 1, earlier);
+}
+
+template <class Request>
+void decode(std::string_view text) {
+    const Decoded<Request> plain = decoded<Request>(text);
+    require(decoded<Request>(" \u200B\n" + std::string(text) + "\u00A0\r\n\u200B") == plain);
+    if (plain.request) {
+        require(decoded<Request>(quenbrook::json::encodeJson(*plain.request)) == plain);
+        require(decoded<Request>(withEarlierMembers<Request>(text)) == plain);
     }
 }
 

@@ -18,7 +18,9 @@ class Run(unittest.TestCase):
         self.root = pathlib.Path(tempfile.mkdtemp()).resolve()
         self.addCleanup(shutil.rmtree, self.root)
         self.write("src/main.cpp", "")
-        self.write("platform/vdir/Folder.h", "")
+        self.write("stores/vdir/VdirStore.h", "")
+        self.write("icalendar/text/ContentLine.h", "")
+        self.write("files/Directory.h", "")
         self.write("CMakeLists.txt", "")
         self.program = self.write(
             "build/release/src/quenbrook", '#!/bin/sh\necho "program: $*"; cat\n', 0o755)
@@ -55,7 +57,8 @@ class Run(unittest.TestCase):
         self.assertEqual(self.set_ups(), [])
 
     def test_sets_up_when_a_source_is_newer(self):
-        for source in ("src/main.cpp", "platform/vdir/Folder.h", "CMakeLists.txt"):
+        for source in ("src/main.cpp", "stores/vdir/VdirStore.h", "icalendar/text/ContentLine.h", "files/Directory.h",
+                       "CMakeLists.txt"):
             with self.subTest(source=source):
                 os.utime(self.root / source, (1_000_000_002, 1_000_000_002))
                 self.assertEqual(self.set_ups(), ["run"])
@@ -72,6 +75,21 @@ class Run(unittest.TestCase):
     def test_sets_up_what_was_not_finished(self):
         self.built.unlink()
         self.assertEqual(self.set_ups(), ["run"])
+
+    def test_starts_the_program_of_the_store_that_is_asked_for(self):
+        self.write("build/evolution/src/quenbrook", "#!/bin/sh\necho desktop\n", 0o755)
+        for shell in SHELLS:
+            run = subprocess.run([*shell, self.root / "run", "w"], input="", capture_output=True, text=True,
+                                 env={**os.environ, "QUENBROOK_STORE": "evolution"}, check=False)
+            self.assertEqual((run.stdout, run.stderr), ("desktop\n", ""))
+        self.assertEqual((self.root / "set-up").read_text(), "run-evolution\n" * len(SHELLS))
+
+    def test_refuses_a_store_that_it_does_not_know(self):
+        for shell in SHELLS:
+            run = subprocess.run([*shell, self.root / "run", "w"], input="", capture_output=True, text=True,
+                                 env={**os.environ, "QUENBROOK_STORE": "folders"}, check=False)
+            self.assertEqual((run.stdout, run.stderr, run.returncode), (
+                "", "quenbrook: QUENBROOK_STORE is evolution or not set at all\n", 70))
 
     def test_ends_as_a_failed_set_up_does(self):
         self.built.unlink()

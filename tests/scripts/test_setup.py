@@ -10,7 +10,8 @@ import unittest
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 # What a Mac has as well; anything else that is called fails.
-TOOLS = ("bash", "cat", "dirname", "grep", "mkdir", "mv", "paste", "perl", "sed", "touch", "id", "rm")
+TOOLS = ("awk", "bash", "cat", "cut", "dirname", "grep", "mkdir", "mv", "paste", "perl", "sed", "touch", "tr", "id",
+         "rm")
 
 BREW = """
 case $*,$1 in
@@ -24,7 +25,7 @@ case $*,$1 in
         esac
     done
     ;;
-*,install) [ ! -e "$ROOT/no-network" ] ;;
+*,install) [ ! -e "$ROOT/no-network" ] || { echo "Error: Failed to download resource" >&2; exit 1; } ;;
 *) exit 1 ;;
 esac
 """
@@ -68,7 +69,7 @@ class SetUpOnAMac(unittest.TestCase):
         os.utime(self.root / "CMakePresets.json", (1_000_000_000, 1_000_000_000))
         for tool in (*TOOLS, "chmod"):
             (self.tools / tool).symlink_to(shutil.which(tool))
-        for tool, body in (("uname", "echo Darwin"), ("brew", BREW), ("cmake", CMAKE),
+        for tool, body in (("uname", "echo Darwin"), ("xcode-select", ""), ("brew", BREW), ("cmake", CMAKE),
                            ("otool", OTOOL)):
             path = self.tools / tool
             path.write_text(f'#!/bin/sh\necho "{tool} $*" >>"$ROOT/calls"\n{body}\n')
@@ -127,12 +128,26 @@ class SetUpOnAMac(unittest.TestCase):
         self.assertNotIn("cmake --fresh --preset release", again)
         self.assertIn(f"cmake --build {self.root}/build/release --target quenbrook", again)
 
+    def test_names_what_comes_first(self):
+        (self.tools / "brew").unlink()
+        self.set_up()
+        self.assertEqual(
+            (self.result.returncode, self.result.stderr),
+            (70, "quenbrook: set-up failed while looking for Homebrew, which comes first "
+             f"(https://brew.sh); the log is {self.root}/build/setup.log\n"))
+        (self.tools / "xcode-select").write_text('#!/bin/sh\necho asked >>"$ROOT/calls"\nexit 2\n')
+        self.set_up()
+        self.assertEqual(
+            (self.result.returncode, self.result.stderr),
+            (70, "quenbrook: set-up failed while looking for the Command Line Tools, which come first "
+             f"(xcode-select --install); the log is {self.root}/build/setup.log\n"))
+
     def test_tells_a_failure_in_one_line(self):
         (self.root / "brew/opt/ninja").rmdir()
         (self.root / "no-network").touch()
         self.set_up()
         self.assertEqual((self.result.returncode, self.result.stdout, self.result.stderr), (
-            70, "", "quenbrook: set-up failed while installing formulae; "
+            70, "", "quenbrook: set-up failed while installing formulae: Error: Failed to download resource; "
             f"the log is {self.root}/build/setup.log\n"))
 
 

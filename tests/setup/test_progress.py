@@ -22,7 +22,7 @@ TOOLS = {
     "cmake": """case "$*" in
         *--preset*) mkdir -p build/release && touch build/release/build.ninja ;;
         *) for number in 1 2 3; do echo "[$number/3] Building"; sleep 0.5; done
-           [ ! -e fails ] || exit 1 ;;
+           [ ! -e fails ] || { echo "a.cpp:1:2: error: no"; exit 1; } ;;
         esac""",
 }
 
@@ -77,7 +77,7 @@ class Progress(unittest.TestCase):
         status, told = self.on_a_terminal()
         self.assertEqual(status, 70)
         self.assertTrue(told.split("\r\x1b[K")[-2].startswith(
-            "quenbrook: set-up failed while building release; the log is "), told)
+            "quenbrook: set-up failed while building release: a.cpp:1:2: error: no; the log is "), told)
         self.assertEqual(told.count("\n"), 1)
 
     def test_a_terminal_that_cannot_take_a_line_back_is_told_nothing(self):

@@ -6,12 +6,13 @@
 
 namespace quenbrook::support {
 
-using platform::Calendar;
-using platform::Event;
-using platform::EventChanges;
-using platform::Instant;
-using platform::PlatformError;
-using platform::RecurrenceRule;
+using model::Calendar;
+using model::Event;
+using model::EventChanges;
+using model::Instant;
+using model::PlatformError;
+using model::RecurrenceFrequency;
+using model::RecurrenceRule;
 
 namespace {
 
@@ -19,16 +20,17 @@ namespace {
 std::optional<Instant> repetition(const RecurrenceRule& rule, Instant first, std::int64_t n) {
     const std::int64_t units = n * rule.interval;
     switch (rule.frequency) {
-    case 0:
+    case RecurrenceFrequency::daily:
         return first + std::chrono::days{units};
-    case 1:
+    case RecurrenceFrequency::weekly:
         return first + std::chrono::weeks{units};
     default:
         break;
     }
     const auto day = std::chrono::floor<std::chrono::days>(first);
     const std::chrono::year_month_day date{day};
-    const std::chrono::months months{static_cast<int>(rule.frequency == 2 ? units : 12 * units)};
+    const std::chrono::months months{
+        static_cast<int>(rule.frequency == RecurrenceFrequency::monthly ? units : 12 * units)};
     const auto moved = date + months;
     if (!moved.ok()) {
         return std::nullopt;
@@ -76,7 +78,7 @@ bool isInRange(const Event& event, Instant start, Instant end) {
 
 } // namespace
 
-class InMemoryStore::Handle final : public platform::EventHandle {
+class InMemoryStore::Handle final : public model::EventHandle {
   public:
     Handle(std::size_t entry, Instant originalStart)
         : entry_(entry)
@@ -113,7 +115,7 @@ std::int64_t InMemoryStore::authorizationStatus() {
     return status;
 }
 
-void InMemoryStore::requestFullAccess(platform::AccessCompletion completion) {
+void InMemoryStore::requestFullAccess(stores::AccessCompletion completion) {
     calls.emplace_back("requestFullAccess()");
     auto answer = [given = prompt, completion = std::move(completion)] {
         completion(
@@ -141,8 +143,8 @@ std::optional<Calendar> InMemoryStore::calendar(std::string_view identifier) {
     return found == calendars_.end() ? std::nullopt : std::optional(*found);
 }
 
-std::vector<Event> InMemoryStore::events(
-    Instant start, Instant end, std::optional<std::span<const Calendar>> calendars) {
+void InMemoryStore::forEachEvent(Instant start, Instant end,
+    std::optional<std::span<const Calendar>> calendars, const std::function<void(Event)>& take) {
     std::string named;
     std::set<std::string> wanted;
     for (const Calendar& calendar : calendars.value_or(std::span<const Calendar>{})) {
@@ -151,7 +153,6 @@ std::vector<Event> InMemoryStore::events(
     }
     record("events(" + (calendars ? named : "all") + ")");
 
-    std::vector<Event> found;
     for (const auto& [number, entry] : entries_) {
         const auto& calendar = entry.first.calendar;
         if (calendars && (!calendar || !wanted.contains(calendar->identifier))) {
@@ -159,11 +160,10 @@ std::vector<Event> InMemoryStore::events(
         }
         for (const Event& occurrence : occurrences(entry, end)) {
             if (isInRange(occurrence, start, end)) {
-                found.push_back(occurrence);
+                take(occurrence);
             }
         }
     }
-    return found;
 }
 
 std::optional<Event> InMemoryStore::event(std::string_view identifier) {
@@ -178,7 +178,8 @@ std::optional<Event> InMemoryStore::event(std::string_view identifier) {
     return std::nullopt;
 }
 
-std::optional<Event> InMemoryStore::create(const Calendar& calendar, const EventChanges& changes) {
+std::optional<model::SavedEvent> InMemoryStore::create(
+    const Calendar& calendar, const EventChanges& changes) {
     record("create(" + calendar.identifier + ")");
     lastChanges = changes;
     if (refusesSaves || *changes.end < *changes.start) {
@@ -189,7 +190,7 @@ std::optional<Event> InMemoryStore::create(const Calendar& calendar, const Event
     event.calendar = std::make_shared<Calendar>(calendar);
     apply(changes, event);
     add(event);
-    return entries_.rbegin()->second.first;
+    return model::SavedEvent::of(entries_.rbegin()->second.first);
 }
 
 bool InMemoryStore::update(const Event& event, const EventChanges& changes) {

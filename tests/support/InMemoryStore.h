@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/CalendarStore.h"
+#include "stores/CalendarStore.h"
 
 #include <map>
 #include <set>
@@ -16,7 +16,7 @@ namespace quenbrook::support {
 // Calendars and events come back in the order in which they were added, so that a program that
 // sorted them would be found out. Of a recurrence rule only frequency, interval and end are
 // expanded, in UTC.
-class InMemoryStore final : public platform::CalendarStore {
+class InMemoryStore final : public stores::CalendarStore {
   public:
     // What the permission prompt will do.
     struct Prompt {
@@ -26,58 +26,59 @@ class InMemoryStore final : public platform::CalendarStore {
         bool answersLate = false;
     };
 
-    std::int64_t status = 3;
+    std::int64_t status = model::AuthorizationStatus::fullAccess;
     Prompt prompt;
     bool refusesSaves = false;
     bool refusesRemovals = false;
     // When set, every operation after the access check throws it as a PlatformError.
     std::optional<std::string> failure;
     // The time at which events are saved.
-    platform::Instant now{std::chrono::sys_days{std::chrono::year{2026} / 1 / 1}};
+    model::Instant now{std::chrono::sys_days{std::chrono::year{2026} / 1 / 1}};
 
     // Every call in order: the operation with the identifiers it was given, as in
     // "event(E1)", "events(all)", "events(A,B)".
     std::vector<std::string> calls;
     // What the last create or update was asked to set.
-    std::optional<platform::EventChanges> lastChanges;
+    std::optional<model::EventChanges> lastChanges;
 
     ~InMemoryStore() override;
 
-    void add(platform::Calendar calendar);
+    void add(model::Calendar calendar);
     // Adds an event as it is, with as many alarms as it says. With rules it is a series' first
     // occurrence. An event without an identifier is found by its range only.
-    void add(platform::Event event);
+    void add(model::Event event);
 
     std::int64_t authorizationStatus() override;
-    void requestFullAccess(platform::AccessCompletion completion) override;
-    std::vector<platform::Calendar> calendars() override;
-    std::optional<platform::Calendar> calendar(std::string_view identifier) override;
-    std::vector<platform::Event> events(platform::Instant start, platform::Instant end,
-        std::optional<std::span<const platform::Calendar>> calendars) override;
-    std::optional<platform::Event> event(std::string_view identifier) override;
-    std::optional<platform::Event> create(
-        const platform::Calendar& calendar, const platform::EventChanges& changes) override;
-    bool update(const platform::Event& event, const platform::EventChanges& changes) override;
-    bool remove(const platform::Event& event) override;
+    void requestFullAccess(stores::AccessCompletion completion) override;
+    std::vector<model::Calendar> calendars() override;
+    std::optional<model::Calendar> calendar(std::string_view identifier) override;
+    void forEachEvent(model::Instant start, model::Instant end,
+        std::optional<std::span<const model::Calendar>> calendars,
+        const std::function<void(model::Event)>& take) override;
+    std::optional<model::Event> event(std::string_view identifier) override;
+    std::optional<model::SavedEvent> create(
+        const model::Calendar& calendar, const model::EventChanges& changes) override;
+    bool update(const model::Event& event, const model::EventChanges& changes) override;
+    bool remove(const model::Event& event) override;
 
   private:
     // A single event, or a series: its first occurrence and what departs from its rules, both
     // keyed by the start that the rules give.
     struct Entry {
-        platform::Event first;
-        std::map<platform::Instant, platform::Event> exceptions;
-        std::set<platform::Instant> removed;
+        model::Event first;
+        std::map<model::Instant, model::Event> exceptions;
+        std::set<model::Instant> removed;
     };
     class Handle;
 
     void record(std::string call);
-    static platform::Instant lastRemoved(const Entry& entry);
+    static model::Instant lastRemoved(const Entry& entry);
     // In the order of the starts that the rules give: those up to `until` and the next.
-    static std::vector<platform::Event> occurrences(const Entry& entry, platform::Instant until);
-    Entry& entryOf(const platform::Event& event);
-    void apply(const platform::EventChanges& changes, platform::Event& event) const;
+    static std::vector<model::Event> occurrences(const Entry& entry, model::Instant until);
+    Entry& entryOf(const model::Event& event);
+    void apply(const model::EventChanges& changes, model::Event& event) const;
 
-    std::vector<platform::Calendar> calendars_;
+    std::vector<model::Calendar> calendars_;
     std::map<std::size_t, Entry> entries_;
     std::size_t nextEntry_ = 1;
     std::thread answering_;

@@ -6,9 +6,9 @@
 
 namespace quenbrook::test {
 
-using platform::icalendar::LocalTime;
-using platform::icalendar::Recur;
-using platform::icalendar::RecurrenceExpansion;
+using icalendar::LocalTime;
+using icalendar::Recur;
+using icalendar::RecurrenceExpansion;
 
 std::optional<LocalTime> parseWallClock(std::string_view text) {
     int year = 0;

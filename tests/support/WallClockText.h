@@ -6,17 +6,16 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/icalendar/recurrence/RecurrenceExpansion.h"
+#include "icalendar/recurrence/RecurrenceExpansion.h"
 
 namespace quenbrook::test {
 
 // Reads and writes wall-clock times as "2024-01-31 09:00:00".
-std::optional<platform::icalendar::LocalTime> parseWallClock(std::string_view text);
-std::string formatWallClock(platform::icalendar::LocalTime time);
+std::optional<icalendar::LocalTime> parseWallClock(std::string_view text);
+std::string formatWallClock(icalendar::LocalTime time);
 
 // The first occurrences, at most `limit`; UNTIL is compared as a wall-clock time.
-std::vector<platform::icalendar::LocalTime> firstOccurrences(
-    const platform::icalendar::Recur& recur, platform::icalendar::LocalTime start,
-    std::size_t limit);
+std::vector<icalendar::LocalTime> firstOccurrences(
+    const icalendar::Recur& recur, icalendar::LocalTime start, std::size_t limit);
 
 } // namespace quenbrook::test

@@ -6,7 +6,7 @@
 #include <iostream>
 #include <string>
 
-#include "platform/icalendar/recurrence/RecurrenceRuleText.h"
+#include "icalendar/recurrence/RecurrenceRuleText.h"
 #include "tests/support/WallClockText.h"
 
 namespace {
@@ -17,7 +17,7 @@ std::string answer(const std::string& line) {
     if (second == std::string::npos) {
         return "invalid";
     }
-    const auto recur = quenbrook::platform::icalendar::parseRecur(line.substr(0, first));
+    const auto recur = quenbrook::icalendar::parseRecur(line.substr(0, first));
     const auto start = quenbrook::test::parseWallClock(line.substr(first + 1, second - first - 1));
     if (!recur || !start) {
         return "invalid";

@@ -1,6 +1,5 @@
 #include "src/DTOs/CalendarMapping.h"
 
-#include "tests/support/InMemoryStore.h"
 #include "tests/unit/UnitSupport.h"
 
 #include <array>
@@ -44,7 +43,7 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 struct ColorText {
-    platform::Color color;
+    model::Color color;
     std::string_view text;
 };
 
@@ -70,14 +69,14 @@ TEST(CalendarMapping, ReachesEveryByte) {
     for (int byte = 0; byte < 256; ++byte) {
         std::array<char, 8> expected{};
         std::snprintf(expected.data(), expected.size(), "#%02X0000", static_cast<unsigned>(byte));
-        EXPECT_EQ(hexColor(platform::Color{byte / 255.0, 0, 0}), expected.data());
+        EXPECT_EQ(hexColor(model::Color{byte / 255.0, 0, 0}), expected.data());
     }
 }
 
 TEST(CalendarMapping, MapsEveryField) {
-    platform::Calendar calendar = calendarNamed("id", false);
-    calendar.source = platform::Source{"On This Computer", 0};
-    calendar.color = platform::Color{1, 1, 1};
+    model::Calendar calendar = calendarNamed("id", false);
+    calendar.source = model::Source{"On This Computer", 0};
+    calendar.color = model::Color{1, 1, 1};
     EXPECT_EQ(mapCalendar(calendar),
         (CalendarInfoDTO{"id", "Calendar id", false, "On This Computer", "local", "#FFFFFF"}));
 }
@@ -85,26 +84,6 @@ TEST(CalendarMapping, MapsEveryField) {
 TEST(CalendarMapping, LeavesOutBothSourceFieldsWithoutASource) {
     EXPECT_EQ(mapCalendar(calendarNamed("id")),
         (CalendarInfoDTO{"id", "Calendar id", true, std::nullopt, std::nullopt, std::nullopt}));
-}
-
-TEST(ListCalendars, KeepsTheOrderOfTheStoreAndItsDoubles) {
-    support::InMemoryStore store;
-    platform::Calendar b = calendarNamed("b", false);
-    b.title = "Same";
-    platform::Calendar a = calendarNamed("a");
-    a.title = "Same";
-    store.add(b);
-    store.add(a);
-    EXPECT_EQ(clientOf(store).listCalendars(),
-        (std::vector<CalendarInfoDTO>{
-            {"b", "Same", false, std::nullopt, std::nullopt, std::nullopt},
-            {"a", "Same", true, std::nullopt, std::nullopt, std::nullopt}}));
-    EXPECT_EQ(store.calls, std::vector<std::string>{"calendars()"});
-}
-
-TEST(ListCalendars, IsEmptyForAStoreWithoutCalendars) {
-    support::InMemoryStore store;
-    EXPECT_TRUE(clientOf(store).listCalendars().empty());
 }
 
 } // namespace

@@ -56,7 +56,7 @@ TEST_F(CancelEvent, RefusesAReadOnlyCalendarBeforeAnythingIsRemoved) {
 }
 
 TEST_F(CancelEvent, TakesAnEventWithoutACalendarForReadOnly) {
-    platform::Event stray = eventNamed("stray", calendarNamed("C"));
+    model::Event stray = eventNamed("stray", calendarNamed("C"));
     stray.calendar = nullptr;
     store.add(stray);
     EXPECT_EQ(

@@ -82,8 +82,8 @@ TEST_F(CreateEvent, SetsEverythingTheRequestCarries) {
     EXPECT_EQ(store.lastChanges->notes, "velmoria\r\nnotes");
     EXPECT_EQ(store.lastChanges->alarms, (std::vector<double>{-900, 0, 300}));
     EXPECT_EQ(store.lastChanges->recurrenceRules,
-        (std::vector<platform::RecurrenceRule>{
-            {1, 2, platform::RecurrenceEnd::withOccurrenceCount(3), {}, {}, {}}}));
+        (std::vector<model::RecurrenceRule>{
+            {1, 2, model::RecurrenceEnd::withOccurrenceCount(3), {}, {}, {}}}));
 }
 
 TEST_F(CreateEvent, MakesATimedEventUnlessToldOtherwise) {
@@ -168,11 +168,11 @@ TEST_F(CreateEvent, EndsTheProcessForAnAlarmBeyond64BitsAndSavesNothing) {
 class AdjustingStore final : public ForwardingStore {
   public:
     using ForwardingStore::ForwardingStore;
-    std::optional<platform::Calendar> calendar(std::string_view) override {
+    std::optional<model::Calendar> calendar(std::string_view) override {
         return calendarNamed("C");
     }
-    std::optional<platform::Event> create(
-        const platform::Calendar& calendar, const platform::EventChanges& changes) override {
+    std::optional<model::SavedEvent> create(
+        const model::Calendar& calendar, const model::EventChanges& changes) override {
         auto event = ForwardingStore::create(calendar, changes);
         event->start = std::chrono::floor<std::chrono::seconds>(event->start);
         event->end = std::chrono::floor<std::chrono::seconds>(event->end);

@@ -37,7 +37,7 @@ TEST(DecodeStdin, ReportsAMissingRequestByItsRecord) {
             "MISSING_ARGS: Subcommand '" + name + "' requires JSON on stdin";
         EXPECT_EQ(failure(""), expected);
         EXPECT_EQ(failure(" \n\t\r\n "), expected);
-        EXPECT_EQ(failure("\u00A0\u2028\u3000\u0085"), expected);
+        EXPECT_EQ(failure("\u00A0\u2028\u3000\u0085\u200B"), expected);
     }
 }
 
@@ -46,8 +46,19 @@ TEST(DecodeStdin, TrimsUnicodeWhiteSpaceAroundTheRequest) {
         decodeStdin<GetAttendeeStatusRequest>("\n \u00A0{\"id\": \" a \"}\u2029\r\n").id, " a ");
 }
 
-TEST(DecodeStdin, TakesExtraKeys) {
-    EXPECT_EQ(decodeStdin<GetAttendeeStatusRequest>(R"({"id":"a","extra":{"id":1}})").id, "a");
+TEST(DecodeStdin, TrimsZeroWidthSpacesAroundTheRequestOnly) {
+    EXPECT_EQ(decodeStdin<GetAttendeeStatusRequest>("\u200B \u200B{\"id\":\"\u200Ba\"}\n\u200B").id,
+        "\u200Ba");
+    EXPECT_EQ(failureFor<GetAttendeeStatusRequest>("{\u200B\"id\":\"a\"}"),
+        "INVALID_JSON: The request is not valid JSON: syntax error at line 1, column 2 (byte "
+        "offset 1)");
+}
+
+TEST(DecodeStdin, TakesAByteOrderMarkBeforeTheRequest) {
+    EXPECT_EQ(decodeStdin<GetAttendeeStatusRequest>(" \n\uFEFF{\"id\":\"a\"}").id, "a");
+    EXPECT_EQ(failureFor<GetAttendeeStatusRequest>(" \uFEFF\n"),
+        "INVALID_JSON: The request is not valid JSON: it ends too early, at line 1, column 2 (byte "
+        "offset 3)");
 }
 
 TEST(DecodeStdin, RefusesBytesThatAreNoText) {

@@ -37,7 +37,7 @@ class EventQueries : public testing::Test {
         store.add(calendarNamed("A"));
         store.add(calendarNamed("B"));
         // Not in the order of their identifiers or times.
-        platform::Event late = eventNamed("late", calendarNamed("A"));
+        model::Event late = eventNamed("late", calendarNamed("A"));
         late.start += std::chrono::hours(3);
         late.end += std::chrono::hours(3);
         store.add(late);
@@ -100,7 +100,7 @@ TEST_F(ListEvents, LeavesOutNoEventHoweverManyThereAre) {
 
 TEST_F(ListEvents, LeavesOutNoEventForWantOfAnIdentifierOrACalendar) {
     InMemoryStore bare;
-    platform::Event event = eventNamed("E", calendarNamed("A"));
+    model::Event event = eventNamed("E", calendarNamed("A"));
     event.identifier.reset();
     event.calendar.reset();
     bare.add(event);
@@ -130,9 +130,9 @@ TEST_F(ListEvents, ReportsTheFirstBadDateBeforeItAsksTheStore) {
 TEST_F(ListEvents, GivesEachOccurrenceItsOwnSnapshot) {
     InMemoryStore series;
     series.add(calendarNamed("A"));
-    platform::Event daily = eventNamed("daily", calendarNamed("A"));
+    model::Event daily = eventNamed("daily", calendarNamed("A"));
     daily.recurrenceRules.push_back(
-        {0, 1, platform::RecurrenceEnd::withOccurrenceCount(3), {}, {}, {}});
+        {0, 1, model::RecurrenceEnd::withOccurrenceCount(3), {}, {}, {}});
     series.add(daily);
     Strings starts;
     for (const EventInfoDTO& event :
@@ -169,14 +169,14 @@ TEST_F(GetEvent, ReportsAnEventOfAnotherCalendarAsNotFound) {
 }
 
 TEST_F(GetEvent, ReportsAnEventWithoutACalendarAsNotFound) {
-    platform::Event stray = eventNamed("stray", calendarNamed("A"));
+    model::Event stray = eventNamed("stray", calendarNamed("A"));
     stray.calendar = nullptr;
     store.add(stray);
     EXPECT_EQ(failureOf([&] { client.getEvent({"A", "stray"}); }), "EVENT_NOT_FOUND: stray");
 }
 
 TEST_F(GetAttendeeStatus, MapsEachAttendeeInOrder) {
-    platform::Event event = eventNamed("meeting", calendarNamed("A"));
+    model::Event event = eventNamed("meeting", calendarNamed("A"));
     event.participants = {{"mailto:b@c.dd", "B", 4}, {"MAILTO:a@c.dd", std::nullopt, 5}};
     store.add(event);
     EXPECT_EQ(client.getAttendeeStatus({"meeting"}),
@@ -186,7 +186,7 @@ TEST_F(GetAttendeeStatus, MapsEachAttendeeInOrder) {
 }
 
 TEST_F(GetAttendeeStatus, AnswersForAnEventWithoutAttendeesOrCalendar) {
-    platform::Event stray = eventNamed("stray", calendarNamed("A"));
+    model::Event stray = eventNamed("stray", calendarNamed("A"));
     stray.calendar = nullptr;
     store.add(stray);
     EXPECT_EQ(client.getAttendeeStatus({"stray"}), (GetAttendeeStatusResponse{"stray", {}}));

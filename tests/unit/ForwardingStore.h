@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/CalendarStore.h"
+#include "stores/CalendarStore.h"
 
 #include <memory>
 #include <optional>
@@ -12,44 +12,45 @@ namespace quenbrook::tests {
 
 // Hands every call on to a store that outlives it, so that a test keeps the store it gave away.
 // Tests override single operations to answer as no other store does.
-class ForwardingStore : public platform::CalendarStore {
+class ForwardingStore : public stores::CalendarStore {
   public:
-    explicit ForwardingStore(platform::CalendarStore& store)
+    explicit ForwardingStore(stores::CalendarStore& store)
         : store_(store) {}
 
     std::int64_t authorizationStatus() override { return store_.authorizationStatus(); }
-    void requestFullAccess(platform::AccessCompletion completion) override {
+    void requestFullAccess(stores::AccessCompletion completion) override {
         store_.requestFullAccess(std::move(completion));
     }
-    std::vector<platform::Calendar> calendars() override { return store_.calendars(); }
-    std::optional<platform::Calendar> calendar(std::string_view identifier) override {
+    std::vector<model::Calendar> calendars() override { return store_.calendars(); }
+    std::optional<model::Calendar> calendar(std::string_view identifier) override {
         return store_.calendar(identifier);
     }
-    std::vector<platform::Event> events(platform::Instant start, platform::Instant end,
-        std::optional<std::span<const platform::Calendar>> calendars) override {
-        return store_.events(start, end, calendars);
+    void forEachEvent(model::Instant start, model::Instant end,
+        std::optional<std::span<const model::Calendar>> calendars,
+        const std::function<void(model::Event)>& take) override {
+        store_.forEachEvent(start, end, calendars, take);
     }
-    std::optional<platform::Event> event(std::string_view identifier) override {
+    std::optional<model::Event> event(std::string_view identifier) override {
         return store_.event(identifier);
     }
-    std::optional<platform::Event> create(
-        const platform::Calendar& calendar, const platform::EventChanges& changes) override {
+    std::optional<model::SavedEvent> create(
+        const model::Calendar& calendar, const model::EventChanges& changes) override {
         return store_.create(calendar, changes);
     }
-    bool update(const platform::Event& event, const platform::EventChanges& changes) override {
+    bool update(const model::Event& event, const model::EventChanges& changes) override {
         return store_.update(event, changes);
     }
-    bool remove(const platform::Event& event) override { return store_.remove(event); }
+    bool remove(const model::Event& event) override { return store_.remove(event); }
 
   private:
-    platform::CalendarStore& store_;
+    stores::CalendarStore& store_;
 };
 
 // A store that finds an event by another spelling of its identifier: in the other case.
 class LenientStore final : public ForwardingStore {
   public:
     using ForwardingStore::ForwardingStore;
-    std::optional<platform::Event> event(std::string_view identifier) override {
+    std::optional<model::Event> event(std::string_view identifier) override {
         std::string other(identifier);
         for (char& letter : other) {
             if ((letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z')) {

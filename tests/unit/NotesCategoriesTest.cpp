@@ -78,7 +78,7 @@ TEST(NotesCategories, AreAbsentWithoutNotes) {
 // Only the places where a tag stands are given to the engine; searching the whole text must find
 // the same.
 TEST(NotesCategories, FindWhatASearchOfTheWholeTextFinds) {
-    platform::RegularExpression whole(R"(\bno-sync\b)");
+    unicode::RegularExpression whole(R"(\bno-sync\b)");
     NotesCategories categories;
     const std::vector<std::string> parts = {
         "no-sync", "no-", "sync", " ", "x", "é", "\u0301", "-", "\n", "\u200D", "1"};

@@ -32,7 +32,7 @@ struct Outcome {
     std::string error() const { return joined(errorWrites); }
 };
 
-inline Outcome runProgram(platform::CalendarStore& store,
+inline Outcome runProgram(stores::CalendarStore& store,
     const std::vector<std::string_view>& arguments, const std::string& input = "") {
     Outcome outcome;
     const Streams streams{

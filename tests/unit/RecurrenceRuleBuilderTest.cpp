@@ -33,19 +33,18 @@ TEST(RecurrenceRuleBuilder, TakesTheFrequencyInAnyLetterCase) {
     };
     for (const auto& [word, number] : frequencies) {
         EXPECT_EQ(buildRecurrenceRule({word, 1, {}, {}}),
-            (platform::RecurrenceRule{number, 1, std::nullopt, {}, {}, {}}));
+            (model::RecurrenceRule{number, 1, std::nullopt, {}, {}, {}}));
     }
 }
 
 TEST(RecurrenceRuleBuilder, BuildsAPlainRule) {
     EXPECT_EQ(buildRecurrenceRule({"weekly", 2, {}, {}}),
-        (platform::RecurrenceRule{1, 2, std::nullopt, {}, {}, {}}));
+        (model::RecurrenceRule{1, 2, std::nullopt, {}, {}, {}}));
     EXPECT_EQ(buildRecurrenceRule({"daily", 1, 7, {}}),
-        (platform::RecurrenceRule{
-            0, 1, platform::RecurrenceEnd::withOccurrenceCount(7), {}, {}, {}}));
+        (model::RecurrenceRule{0, 1, model::RecurrenceEnd::withOccurrenceCount(7), {}, {}, {}}));
     EXPECT_EQ(buildRecurrenceRule({"yearly", 366, {}, until}),
-        (platform::RecurrenceRule{3, 366,
-            platform::RecurrenceEnd::withEndDate(at("2025-03-14T09:30:00.250Z")), {}, {}, {}}));
+        (model::RecurrenceRule{3, 366,
+            model::RecurrenceEnd::withEndDate(at("2025-03-14T09:30:00.250Z")), {}, {}, {}}));
 }
 
 TEST(RecurrenceRuleBuilder, TakesTheBoundsOfIntervalAndCount) {

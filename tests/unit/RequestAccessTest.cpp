@@ -16,7 +16,7 @@ namespace {
 using Strings = std::vector<std::string>;
 using support::InMemoryStore;
 
-std::string accessFailure(platform::CalendarStore& store) {
+std::string accessFailure(stores::CalendarStore& store) {
     return failureOf([&store] { clientOf(store).requestAccess(); });
 }
 
@@ -79,7 +79,7 @@ TEST(RequestAccess, ThrowsTheErrorOfThePlatformItselfWhateverTheFlag) {
             try {
                 clientOf(store).requestAccess();
                 ADD_FAILURE() << "nothing was thrown";
-            } catch (const platform::PlatformError& error) {
+            } catch (const model::PlatformError& error) {
                 EXPECT_STREQ(error.what(), "the prompt broke");
             }
         }
@@ -89,30 +89,30 @@ TEST(RequestAccess, ThrowsTheErrorOfThePlatformItselfWhateverTheFlag) {
 class PromptingStore final : public ForwardingStore {
   public:
     PromptingStore(
-        platform::CalendarStore& store, std::function<void(platform::AccessCompletion)> prompt)
+        stores::CalendarStore& store, std::function<void(stores::AccessCompletion)> prompt)
         : ForwardingStore(store)
         , prompt_(std::move(prompt)) {}
     std::int64_t authorizationStatus() override { return 0; }
-    void requestFullAccess(platform::AccessCompletion completion) override {
+    void requestFullAccess(stores::AccessCompletion completion) override {
         prompt_(std::move(completion));
     }
 
   private:
-    std::function<void(platform::AccessCompletion)> prompt_;
+    std::function<void(stores::AccessCompletion)> prompt_;
 };
 
 TEST(RequestAccess, TakesTheFirstAnswerOnly) {
     InMemoryStore inner;
-    PromptingStore store(inner, [](const platform::AccessCompletion& completion) {
+    PromptingStore store(inner, [](const stores::AccessCompletion& completion) {
         completion(true, std::nullopt);
-        completion(false, platform::PlatformError("again"));
+        completion(false, model::PlatformError("again"));
     });
     EXPECT_EQ(accessFailure(store), "");
 }
 
 TEST(RequestAccess, DoesNotWaitForAnAnswerThatCanNoLongerCome) {
     InMemoryStore inner;
-    PromptingStore store(inner, [](const platform::AccessCompletion&) {});
+    PromptingStore store(inner, [](const stores::AccessCompletion&) {});
     EXPECT_THROW(clientOf(store).requestAccess(), std::exception);
 }
 

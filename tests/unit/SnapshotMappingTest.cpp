@@ -14,7 +14,7 @@
 namespace quenbrook::tests {
 namespace {
 
-EventInfoDTO mapped(const platform::Event& event) {
+EventInfoDTO mapped(const model::Event& event) {
     NotesCategories categories;
     return mapEvent(event, categories);
 }
@@ -87,38 +87,38 @@ constexpr NumberedWord frequencies[] = {
 
 TEST(MapRecurrenceRule, NamesTheFrequency) {
     for (const auto& [number, word] : frequencies) {
-        platform::RecurrenceRule rule;
+        model::RecurrenceRule rule;
         rule.frequency = number;
         EXPECT_EQ(mapRecurrenceRule(rule).frequency, word) << number;
     }
 }
 
 TEST(MapRecurrenceRule, LeavesOutWhatTheRuleDoesNotHave) {
-    platform::RecurrenceRule rule;
+    model::RecurrenceRule rule;
     rule.interval = 3;
     EXPECT_EQ(mapRecurrenceRule(rule), (RecurrenceRuleDTOFull{"daily", 3, {}, {}, {}, {}, {}}));
 }
 
 TEST(MapRecurrenceRule, EndsByCountOrByDate) {
-    platform::RecurrenceRule rule;
-    rule.end = platform::RecurrenceEnd::withOccurrenceCount(1);
+    model::RecurrenceRule rule;
+    rule.end = model::RecurrenceEnd::withOccurrenceCount(1);
     EXPECT_EQ(mapRecurrenceRule(rule).count, 1);
     EXPECT_EQ(mapRecurrenceRule(rule).untilISO, std::nullopt);
 
-    rule.end = platform::RecurrenceEnd::withEndDate(at("2025-03-14T11:30:00.250+02:00"));
+    rule.end = model::RecurrenceEnd::withEndDate(at("2025-03-14T11:30:00.250+02:00"));
     EXPECT_EQ(mapRecurrenceRule(rule).count, std::nullopt);
     EXPECT_EQ(mapRecurrenceRule(rule).untilISO, "2025-03-14T09:30:00.250Z");
 
-    rule.end = platform::RecurrenceEnd{-1, std::nullopt};
+    rule.end = model::RecurrenceEnd{-1, std::nullopt};
     EXPECT_EQ(mapRecurrenceRule(rule).count, std::nullopt);
 
-    rule.end = platform::RecurrenceEnd{5, at("2025-03-14T09:30:00Z")};
+    rule.end = model::RecurrenceEnd{5, at("2025-03-14T09:30:00Z")};
     EXPECT_EQ(mapRecurrenceRule(rule).count, 5);
     EXPECT_EQ(mapRecurrenceRule(rule).untilISO, "2025-03-14T09:30:00.000Z");
 }
 
 TEST(MapRecurrenceRule, KeepsTheNumbersInTheirOrder) {
-    platform::RecurrenceRule rule;
+    model::RecurrenceRule rule;
     rule.frequency = 2;
     rule.daysOfTheWeek = {6, 1};
     rule.daysOfTheMonth = {31, -1, 1};
@@ -142,14 +142,14 @@ constexpr NumberedWord availabilities[] = {
 
 TEST(MapEvent, NamesTheAvailability) {
     for (const auto& [number, word] : availabilities) {
-        platform::Event event;
+        model::Event event;
         event.availability = number;
         EXPECT_EQ(mapped(event).availability, word) << number;
     }
 }
 
 TEST(MapEvent, MapsEveryField) {
-    platform::Event event = eventNamed("E", calendarNamed("C"));
+    model::Event event = eventNamed("E", calendarNamed("C"));
     event.start = at("2025-03-14T09:00:00.001Z");
     event.isAllDay = true;
     event.location = " Room ";
@@ -183,7 +183,7 @@ TEST(MapEvent, MapsEveryField) {
 }
 
 TEST(MapEvent, MakesMissingValuesEmptyOrAbsent) {
-    platform::Event event;
+    model::Event event;
     event.start = at("2025-03-14T09:00:00Z");
     event.end = at("2025-03-14T08:00:00Z");
     event.availability = -1;
@@ -195,7 +195,7 @@ TEST(MapEvent, MakesMissingValuesEmptyOrAbsent) {
 }
 
 TEST(MapEvent, KeepsEmptyTextsPresent) {
-    platform::Event event;
+    model::Event event;
     event.location = "";
     event.notes = "";
     EXPECT_EQ(mapped(event).location, "");
@@ -204,14 +204,14 @@ TEST(MapEvent, KeepsEmptyTextsPresent) {
 }
 
 TEST(MapEvent, TellsWhetherThereAreAlarms) {
-    platform::Event event;
+    model::Event event;
     EXPECT_FALSE(mapped(event).hasAlarms);
     event.alarmCount = 1;
     EXPECT_TRUE(mapped(event).hasAlarms);
 }
 
 TEST(MapEvent, LeavesTheMarkerInTheNotes) {
-    platform::Event event;
+    model::Event event;
     event.notes = "velmoria-sync-id:0F3C1A52-8D4B-4E7A-9C2E-0123456789AB\nplease no-sync";
     EXPECT_EQ(mapped(event).notes, event.notes);
     EXPECT_EQ(mapped(event).categories, (std::vector<std::string>{"velmoria-sync", "no-sync"}));

@@ -110,10 +110,10 @@ TEST(StandardStreams, TakeUpInterruptedCallsAgain) {
 }
 
 TEST(StandardStreams, ReadNothingWhenReadingFails) {
-    const int folder = open("/", O_RDONLY | O_DIRECTORY);
-    ASSERT_GE(folder, 0);
-    EXPECT_EQ(readAll(folder), "");
-    close(folder);
+    const int directory = open("/", O_RDONLY | O_DIRECTORY);
+    ASSERT_GE(directory, 0);
+    EXPECT_EQ(readAll(directory), "");
+    close(directory);
     EXPECT_EQ(readAll(-1), "");
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/CalendarStore.h"
 #include "src/DTOs/WireDates.h"
 #include "src/ErrorCodes.h"
 #include "src/EventStoreClient.h"
+#include "stores/CalendarStore.h"
 #include "tests/unit/ForwardingStore.h"
 
 #include <memory>
@@ -13,7 +13,7 @@
 
 namespace quenbrook::tests {
 
-inline platform::Instant at(std::string_view text) {
+inline model::Instant at(std::string_view text) {
     return parseISO8601(text);
 }
 
@@ -31,12 +31,12 @@ std::string failureOf(const Operation& operation) {
     return {};
 }
 
-inline EventStoreClient clientOf(platform::CalendarStore& store) {
+inline EventStoreClient clientOf(stores::CalendarStore& store) {
     return EventStoreClient(std::make_unique<ForwardingStore>(store));
 }
 
-inline platform::Calendar calendarNamed(std::string identifier, bool writable = true) {
-    platform::Calendar calendar;
+inline model::Calendar calendarNamed(std::string identifier, bool writable = true) {
+    model::Calendar calendar;
     calendar.title = "Calendar " + identifier;
     calendar.identifier = std::move(identifier);
     calendar.allowsContentModifications = writable;
@@ -44,11 +44,11 @@ inline platform::Calendar calendarNamed(std::string identifier, bool writable = 
 }
 
 // An hour from 2025-03-14T09:00:00Z.
-inline platform::Event eventNamed(std::string identifier, const platform::Calendar& calendar) {
-    platform::Event event;
+inline model::Event eventNamed(std::string identifier, const model::Calendar& calendar) {
+    model::Event event;
     event.title = "Event " + identifier;
     event.identifier = std::move(identifier);
-    event.calendar = std::make_shared<const platform::Calendar>(calendar);
+    event.calendar = std::make_shared<const model::Calendar>(calendar);
     event.start = at("2025-03-14T09:00:00Z");
     event.end = at("2025-03-14T10:00:00Z");
     return event;

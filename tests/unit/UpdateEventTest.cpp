@@ -20,7 +20,7 @@ class UpdateEvent : public testing::Test {
     UpdateEvent() {
         store.add(calendarNamed("C"));
         store.add(calendarNamed("R", false));
-        platform::Event event = eventNamed("E", calendarNamed("C"));
+        model::Event event = eventNamed("E", calendarNamed("C"));
         event.location = "Room";
         event.notes = "Notes";
         event.alarmCount = 2;
@@ -77,8 +77,8 @@ TEST_F(UpdateEvent, SetsEveryFieldOfThePatch) {
     EXPECT_EQ(store.lastChanges->notes, "no-sync");
     EXPECT_EQ(store.lastChanges->alarms, (std::vector<double>{-900, 0, 300}));
     EXPECT_EQ(store.lastChanges->recurrenceRules,
-        (std::vector<platform::RecurrenceRule>{
-            {2, 4, platform::RecurrenceEnd::withEndDate(at("2026-01-01T00:00:00Z")), {}, {}, {}}}));
+        (std::vector<model::RecurrenceRule>{
+            {2, 4, model::RecurrenceEnd::withEndDate(at("2026-01-01T00:00:00Z")), {}, {}, {}}}));
 }
 
 TEST_F(UpdateEvent, SetsEmptyTextsAsEmptyTexts) {
@@ -113,7 +113,7 @@ TEST_F(UpdateEvent, ClearsTheRulesWhateverRuleComesWithIt) {
     request.patch.clearRecurrenceRules = true;
     request.patch.recurrenceRule = RecurrenceRuleDTO{"never", -1, -1, "soon"};
     client.updateEvent(request);
-    EXPECT_EQ(store.lastChanges->recurrenceRules, std::vector<platform::RecurrenceRule>{});
+    EXPECT_EQ(store.lastChanges->recurrenceRules, std::vector<model::RecurrenceRule>{});
     EXPECT_EQ(stored().recurrenceRuleCount, 0);
 }
 
@@ -155,7 +155,7 @@ TEST_F(UpdateEvent, ReportsAReadOnlyCalendarBeforeABadPatch) {
 }
 
 TEST_F(UpdateEvent, TakesAnEventWithoutACalendarForReadOnly) {
-    platform::Event stray = eventNamed("stray", calendarNamed("C"));
+    model::Event stray = eventNamed("stray", calendarNamed("C"));
     stray.calendar = nullptr;
     store.add(stray);
     request.id = "stray";

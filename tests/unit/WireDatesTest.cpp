@@ -22,6 +22,9 @@ TEST(WireDates, ParseWithAndWithoutFraction) {
 TEST(WireDates, AreWrittenInUTC) {
     EXPECT_EQ(echoed("2025-03-14T11:30:00+02:00"), "2025-03-14T09:30:00.000Z");
     EXPECT_EQ(echoed("2025-03-14T11:30:00.5+02:00"), "2025-03-14T09:30:00.500Z");
+    EXPECT_EQ(echoed("2025-03-14T11:30:00+0200"), "2025-03-14T09:30:00.000Z");
+    EXPECT_EQ(echoed("2025-03-14T11:30:00.5+02"), "2025-03-14T09:30:00.500Z");
+    EXPECT_EQ(echoed("2025-03-13T24:00:00z"), "2025-03-14T00:00:00.000Z");
 }
 
 TEST(WireDates, ReportTheTextAsReceivedWhenItIsNone) {

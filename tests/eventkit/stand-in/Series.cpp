@@ -123,6 +123,15 @@ std::optional<Event> firstOccurrence(const Event& event) {
     return std::nullopt;
 }
 
+Event firstOfAll(const Event& event) {
+    if (!isSeries(event)) {
+        return event;
+    }
+    const auto changed = changedAt(event, *event.startDate);
+    return changed == event.changedOccurrences.end() ? occurrenceAt(event, *event.startDate)
+                                                     : *changed;
+}
+
 double originalStart(const Event& occurrence) {
     return occurrence.originalStart ? *occurrence.originalStart : occurrence.startDate.value();
 }

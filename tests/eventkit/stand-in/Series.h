@@ -16,6 +16,9 @@ std::vector<Event> occurrencesBefore(const Event& event, double end);
 // Nothing when every occurrence is removed.
 std::optional<Event> firstOccurrence(const Event& event);
 
+// Even when it is removed.
+Event firstOfAll(const Event& event);
+
 // The start that the rule gave to an occurrence.
 double originalStart(const Event& occurrence);
 

@@ -89,6 +89,8 @@ struct Rule {
 
 struct Event {
     std::optional<std::u16string> identifier;
+    // What a server knows it by; absent: the identifier.
+    std::optional<std::u16string> externalIdentifier;
     std::optional<std::u16string> calendar;
     std::optional<std::u16string> title;
     std::optional<double> startDate;
@@ -118,6 +120,9 @@ struct Prompt {
     std::optional<std::u16string> error;
     // The completion runs on another thread, after the call has returned.
     bool answersLate = false;
+    // Otherwise the system refuses by itself, for a host without a usage text say, and remembers no
+    // answer.
+    bool isShown = true;
 };
 
 // All that outlives a store object. The one World alive is the one that the framework sees. A
@@ -148,6 +153,15 @@ class World {
     // A save answers NO without an error, as it also does when there is nothing to save.
     bool savesNothingWithoutError = false;
     bool removesNothingWithoutError = false;
+    // What the documentation leaves open. An identifier leads to the first occurrence of all,
+    // though it was removed; otherwise to the first that stands.
+    bool leadsToRemovedOccurrences = false;
+    // The occurrences that a query finds have identifiers of their own, and share the external one.
+    bool namesOccurrencesApart = false;
+    // A store made before the user granted access shows nothing until it is reset.
+    bool hidesUntilReset = false;
+    // Whatever is saved has another identifier from then on.
+    bool changesIdentifiers = false;
     bool lacksTheSRGBSpace = false;
     bool answersNilForLists = false;
 

@@ -1,10 +1,10 @@
-#include "platform/evolution/KeyFile.h"
+#include "stores/evolution/KeyFile.h"
 
 #include "tests/support/ScopedVariable.h"
 
 #include <gmock/gmock.h>
 
-namespace quenbrook::platform::evolution {
+namespace quenbrook::stores::evolution {
 namespace {
 
 using support::ScopedVariable;
@@ -74,4 +74,4 @@ TEST(UserLanguages, FollowTheEnvironment) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::evolution
+} // namespace quenbrook::stores::evolution

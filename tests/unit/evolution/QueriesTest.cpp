@@ -1,13 +1,13 @@
-#include "platform/evolution/Queries.h"
+#include "stores/evolution/Queries.h"
 
 #include <gmock/gmock.h>
 
-namespace quenbrook::platform::evolution {
+namespace quenbrook::stores::evolution {
 namespace {
 
 using testing::ElementsAre;
 
-Instant at(int year, unsigned month, unsigned day, int hour = 0) {
+model::Instant at(int year, unsigned month, unsigned day, int hour = 0) {
     return std::chrono::sys_days(
                std::chrono::year(year) / std::chrono::month(month) / std::chrono::day(day)) +
            std::chrono::hours(hour);
@@ -28,4 +28,4 @@ TEST(RangeQueries, AreNoneWhenYearsAreFarAway) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::evolution
+} // namespace quenbrook::stores::evolution

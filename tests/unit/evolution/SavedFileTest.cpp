@@ -1,4 +1,4 @@
-#include "platform/evolution/SavedFile.h"
+#include "stores/evolution/SavedFile.h"
 
 #include "tests/support/TemporaryFolder.h"
 
@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-namespace quenbrook::platform::evolution {
+namespace quenbrook::stores::evolution {
 namespace {
 
 constexpr const char* revision = "2026-01-05T10:00:00.000001Z(9)";
@@ -62,4 +62,4 @@ TEST(SavedFile, IsWaitedFor) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::evolution
+} // namespace quenbrook::stores::evolution

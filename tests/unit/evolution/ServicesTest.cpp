@@ -1,10 +1,10 @@
-#include "platform/evolution/Services.h"
+#include "stores/evolution/Services.h"
 
 #include <vector>
 
 #include <gtest/gtest.h>
 
-namespace quenbrook::platform::evolution {
+namespace quenbrook::stores::evolution {
 namespace {
 
 std::string found(const std::vector<std::string>& endings) {
@@ -35,4 +35,4 @@ TEST(Services, AreMissingWhenOneIs) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::evolution
+} // namespace quenbrook::stores::evolution

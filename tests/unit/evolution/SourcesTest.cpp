@@ -1,10 +1,10 @@
-#include "platform/evolution/Sources.h"
+#include "stores/evolution/Sources.h"
 
 #include <algorithm>
 
 #include <gmock/gmock.h>
 
-namespace quenbrook::platform::evolution {
+namespace quenbrook::stores::evolution {
 namespace {
 
 using testing::ElementsAre;
@@ -61,8 +61,9 @@ TEST(CalendarSources, TellTheTypeOfTheirAccount) {
             {"c", "[Data Source]\nParent=p\n[Calendar]\nBackendName=" + backend + "\n"},
             {"p", "[Data Source]\nDisplayName=Account\n"}};
         const auto found = calendarSources(sources, {});
-        EXPECT_EQ(found.front().calendar.source, (Source{"Account", type})) << backend;
+        EXPECT_EQ(found.front().calendar.source, (model::Source{"Account", type})) << backend;
         EXPECT_EQ(found.front().isLocal, type == 0) << backend;
+        EXPECT_EQ(found.front().isBirthdays, type == 5) << backend;
         EXPECT_EQ(found.front().isRemote, type != 0 && type != 5) << backend;
     }
 }
@@ -85,7 +86,7 @@ TEST(CalendarSources, RepairTexts) {
 }
 
 TEST(Colors, AreReadAsPeopleWriteThem) {
-    const Color orange{1.0, 128.0 / 255.0, 0.0};
+    const model::Color orange{1.0, 128.0 / 255.0, 0.0};
     for (const char* text : {"#ff8000", "#FF8000", " #ff8000 ", "#ff8000cc", "#ffff80800000",
              "rgb(255,128,0)", "rgba(255, 128, 0, 0.5)"}) {
         const auto color = parseColor(text);
@@ -94,7 +95,7 @@ TEST(Colors, AreReadAsPeopleWriteThem) {
             EXPECT_NEAR((*color)[i], orange[i], 1e-9) << text;
         }
     }
-    EXPECT_EQ(parseColor("#f00"), (Color{1.0, 0.0, 0.0}));
+    EXPECT_EQ(parseColor("#f00"), (model::Color{1.0, 0.0, 0.0}));
     for (const char* text : {"", "#", "#ff", "#ff800", "#ff80001", "#gg8000", "ff8000", "orange",
              "rgb(256,0,0)", "rgb(1,2)", "rgb(1,2,3", "rgb(-1,0,0)", "rgb(1.5,0,0)"}) {
         EXPECT_FALSE(parseColor(text)) << text;
@@ -102,4 +103,4 @@ TEST(Colors, AreReadAsPeopleWriteThem) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::evolution
+} // namespace quenbrook::stores::evolution

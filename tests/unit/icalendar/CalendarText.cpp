@@ -6,7 +6,7 @@
 
 namespace quenbrook::test {
 
-using platform::Instant;
+using model::Instant;
 
 std::chrono::sys_seconds at(std::string_view text) {
     int year = 0;
@@ -43,7 +43,7 @@ std::string written(Instant instant) {
     return text;
 }
 
-std::string spanOf(const platform::Event& event) {
+std::string spanOf(const model::Event& event) {
     return written(event.start) + "/" + written(event.end);
 }
 
@@ -77,7 +77,7 @@ std::string tokyoUnderTheName(std::string_view name) {
 std::vector<std::string> spansIn(
     std::string_view text, std::string_view from, std::string_view until) {
     std::vector<std::string> spans;
-    for (const auto& found : platform::icalendar::RangeQuery(at(from), at(until)).eventsIn(text)) {
+    for (const auto& found : icalendar::RangeQuery(at(from), at(until)).eventsIn(text)) {
         spans.push_back(spanOf(found.event));
     }
     std::sort(spans.begin(), spans.end());

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/CalendarStore.h"
-#include "platform/icalendar/CalendarReader.h"
+#include "icalendar/CalendarReader.h"
+#include "stores/CalendarStore.h"
 
 #include <chrono>
 #include <string>
@@ -15,9 +15,9 @@ std::chrono::sys_seconds at(std::string_view text);
 // Reads the same as what a wall clock shows: the "Z" is in its place and means nothing.
 std::chrono::local_seconds wall(std::string_view text);
 // "2026-03-29T01:00:00Z".
-std::string written(platform::Instant instant);
+std::string written(model::Instant instant);
 // "2026-03-29T01:00:00Z/2026-03-29T02:00:00Z".
-std::string spanOf(const platform::Event& event);
+std::string spanOf(const model::Event& event);
 
 // Lines that end in a line feed become lines that end in CRLF.
 std::string crlf(std::string_view text);

@@ -1,10 +1,10 @@
-#include "platform/icalendar/CalendarEdit.h"
+#include "icalendar/CalendarEdit.h"
 
 #include "tests/unit/icalendar/CalendarText.h"
 
 #include <gtest/gtest.h>
 
-namespace quenbrook::platform::icalendar {
+namespace quenbrook::icalendar {
 namespace {
 
 using test::at;
@@ -12,7 +12,7 @@ using test::at;
 TEST(ClearingRules, MakesASeriesOfAddedDatesASingleEvent) {
     const std::string text = test::eventStream("DTSTART:20260105T100000Z\nRDATE:20260107T100000Z\n"
                                                "DTEND:20260105T110000Z\n");
-    EventChanges changes;
+    model::EventChanges changes;
     changes.recurrenceRules.emplace();
     const auto cleared =
         updatedStream(text, {"e", at("2026-01-05T10:00:00Z")}, changes, at("2026-06-01T12:00:00Z"));
@@ -22,4 +22,4 @@ TEST(ClearingRules, MakesASeriesOfAddedDatesASingleEvent) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::icalendar
+} // namespace quenbrook::icalendar

@@ -1,4 +1,4 @@
-#include "platform/icalendar/CalendarEdit.h"
+#include "icalendar/CalendarEdit.h"
 
 #include "tests/support/ScopedVariable.h"
 #include "tests/unit/icalendar/CalendarText.h"
@@ -12,14 +12,14 @@
 #include <optional>
 #include <set>
 
-namespace quenbrook::platform::icalendar {
+namespace quenbrook::icalendar {
 namespace {
 
 using test::at;
 
-const Instant timeOfEdit = at("2026-06-01T12:00:00Z");
+const model::Instant timeOfEdit = at("2026-06-01T12:00:00Z");
 
-std::string described(const std::string& uid, const Event& event) {
+std::string described(const std::string& uid, const model::Event& event) {
     return uid + " " + test::spanOf(event) + " " + event.title.value_or("");
 }
 
@@ -42,9 +42,9 @@ Occurrences without(const FoundEvent& one, Occurrences all) {
     return all;
 }
 
-// Two occurrences of one original start cannot be told apart.
+// Two instances of one original start cannot be told apart.
 bool isUnambiguous(const std::vector<FoundEvent>& events) {
-    std::set<std::pair<std::string, Instant>> places;
+    std::set<std::pair<std::string, model::Instant>> places;
     return std::all_of(events.begin(), events.end(), [&](const FoundEvent& found) {
         return places
             .insert({found.key.uid, found.key.originalStart.value_or(std::chrono::sys_seconds())})
@@ -54,7 +54,7 @@ bool isUnambiguous(const std::vector<FoundEvent>& events) {
 
 class RandomEdits : public testing::Test {
   protected:
-    // Calls `check` with a text and one of its occurrences, many times.
+    // Calls `check` with a text and one of its instances, many times.
     template <class Check>
     void forManyOccurrences(Check check) {
         constexpr std::array<const char*, 4> zones{
@@ -83,11 +83,11 @@ class RandomEdits : public testing::Test {
 
 TEST_F(RandomEdits, OfATitleChangeThatOfOneOccurrence) {
     forManyOccurrences([](const std::string& text, const FoundEvent& one) {
-        EventChanges changes;
+        model::EventChanges changes;
         changes.title = "new";
         const auto after = updatedStream(text, one.key, changes, timeOfEdit);
         ASSERT_TRUE(after);
-        Event changed = one.event;
+        model::Event changed = one.event;
         changed.title = "new";
         Occurrences expected = without(one, seenIn(text));
         expected.insert(described(one.key.uid, changed));
@@ -97,17 +97,17 @@ TEST_F(RandomEdits, OfATitleChangeThatOfOneOccurrence) {
 
 TEST_F(RandomEdits, OfTheTimesMoveOneOccurrence) {
     forManyOccurrences([](const std::string& text, const FoundEvent& one) {
-        EventChanges changes;
+        model::EventChanges changes;
         changes.isAllDay = false;
         changes.start = one.event.start + std::chrono::hours(1);
         changes.end = one.event.end + std::chrono::hours(2);
         const auto after = updatedStream(text, one.key, changes, timeOfEdit);
         ASSERT_TRUE(after);
-        Event moved = one.event;
+        model::Event moved = one.event;
         moved.start = *changes.start;
         moved.end = *changes.end;
         Occurrences expected = without(one, seenIn(text));
-        // At the edge of what is looked at an occurrence may move out of it.
+        // At the edge of what is looked at an instance may move out of it.
         if (moved.start < at("2026-12-01T00:00:00Z")) {
             expected.insert(described(one.key.uid, moved));
         }
@@ -123,13 +123,13 @@ TEST_F(RandomEdits, ThatRemoveTakeOneOccurrence) {
     });
 }
 
-// A change that cannot be made without another is refused, which must stay the exception.
+// A change that cannot be made without another is refused, which must stay the override.
 class RandomEditsOfOtherForms : public testing::Test {
   protected:
     using Edit = std::function<std::optional<std::string>(
         const std::string& text, const FoundEvent& one, Occurrences& expected)>;
 
-    // Applies the edit to many occurrences and compares with what it expects; `expected` holds all
+    // Applies the edit to many instances and compares with what it expects; `expected` holds all
     // the others when it is called.
     void expectOf(const Edit& edit) {
         constexpr std::array<const char*, 4> zones{
@@ -144,14 +144,14 @@ class RandomEditsOfOtherForms : public testing::Test {
             if (events.empty()) {
                 continue;
             }
-            // An exception may lie outside of what is looked at.
+            // An override may lie outside of what is looked at.
             const std::vector<FoundEvent> farEvents =
                 RangeQuery(at("2024-01-01T00:00:00Z"), at("2028-01-01T00:00:00Z")).eventsIn(text);
             for (int i = 0; i < 3 && !HasFailure(); ++i) {
                 const auto place =
                     static_cast<std::size_t>(streams.below(static_cast<int>(events.size())));
                 const FoundEvent& one = events[place];
-                // Two occurrences of one original start cannot be told apart.
+                // Two instances of one original start cannot be told apart.
                 if (std::count_if(farEvents.begin(), farEvents.end(), [&](const FoundEvent& each) {
                         return each.key.uid == one.key.uid &&
                                each.key.originalStart == one.key.originalStart;
@@ -177,9 +177,9 @@ class RandomEditsOfOtherForms : public testing::Test {
 
 TEST_F(RandomEditsOfOtherForms, ChangeTheTitleOfOneOccurrence) {
     expectOf([](const std::string& text, const FoundEvent& one, Occurrences& expected) {
-        EventChanges changes;
+        model::EventChanges changes;
         changes.title = "new";
-        Event changed = one.event;
+        model::Event changed = one.event;
         changed.title = "new";
         expected.insert(described(one.key.uid, changed));
         return updatedStream(text, one.key, changes, timeOfEdit);
@@ -188,11 +188,11 @@ TEST_F(RandomEditsOfOtherForms, ChangeTheTitleOfOneOccurrence) {
 
 TEST_F(RandomEditsOfOtherForms, MoveOneOccurrence) {
     expectOf([](const std::string& text, const FoundEvent& one, Occurrences& expected) {
-        EventChanges changes;
+        model::EventChanges changes;
         changes.isAllDay = false;
         changes.start = one.event.start + std::chrono::hours(1);
         changes.end = one.event.end + std::chrono::hours(2);
-        Event moved = one.event;
+        model::Event moved = one.event;
         moved.start = *changes.start;
         moved.end = *changes.end;
         if (moved.start < at("2026-12-01T00:00:00Z")) {
@@ -209,4 +209,4 @@ TEST_F(RandomEditsOfOtherForms, RemoveOneOccurrence) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::icalendar
+} // namespace quenbrook::icalendar

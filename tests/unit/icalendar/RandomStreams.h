@@ -14,7 +14,7 @@ namespace quenbrook::test {
 class RandomStreams {
   public:
     // What other programs write beside the plain forms: rules that exclude, whole days among times,
-    // exclusions and exceptions in other forms, exceptions that speak of all later occurrences,
+    // exclusions and overrides in other forms, overrides that speak of all later instances,
     // several masters of one UID.
     enum class Variety { plain, all };
 
@@ -33,7 +33,7 @@ class RandomStreams {
         return stream(lines);
     }
 
-    platform::Instant instant() {
+    model::Instant instant() {
         return at("2025-07-01T00:00:00Z") + std::chrono::minutes(below(2 * 365 * 24 * 60));
     }
 
@@ -62,18 +62,18 @@ END:VTIMEZONE
 )";
 
     // The parameters and the end of a value.
-    struct Form {
+    struct Kind {
         std::string_view parameters;
         std::string_view suffix;
         bool isDate;
     };
-    static constexpr std::array forms{Form{"", "Z", false}, Form{"", "", false},
-        Form{";VALUE=DATE", "", true}, Form{";TZID=Europe/Berlin", "", false},
-        Form{";TZID=America/St_Johns", "", false}, Form{";TZID=Australia/Lord_Howe", "", false},
-        Form{";TZID=Pacific/Kiritimati", "", false}, Form{";TZID=\"Own/East\"", "", false},
-        Form{";TZID=Own/West", "", false}, Form{";TZID=Unknown", "", false}};
+    static constexpr std::array forms{Kind{"", "Z", false}, Kind{"", "", false},
+        Kind{";VALUE=DATE", "", true}, Kind{";TZID=Europe/Berlin", "", false},
+        Kind{";TZID=America/St_Johns", "", false}, Kind{";TZID=Australia/Lord_Howe", "", false},
+        Kind{";TZID=Pacific/Kiritimati", "", false}, Kind{";TZID=\"Own/East\"", "", false},
+        Kind{";TZID=Own/West", "", false}, Kind{";TZID=Unknown", "", false}};
 
-    const Form& form() { return forms[static_cast<std::size_t>(below(forms.size()))]; }
+    const Kind& form() { return forms[static_cast<std::size_t>(below(forms.size()))]; }
 
     std::string digits(std::chrono::sys_seconds time, bool isDate) {
         std::string text;
@@ -93,12 +93,12 @@ END:VTIMEZONE
         return start + std::chrono::minutes(15) * (below(60 * 24 * 4) - 400);
     }
 
-    std::string value(const Form& like, std::chrono::sys_seconds time) {
+    std::string value(const Kind& like, std::chrono::sys_seconds time) {
         return std::string(like.parameters) + ":" + digits(time, like.isDate) +
                std::string(like.suffix);
     }
 
-    std::string extent(const Form& like, std::chrono::sys_seconds start) {
+    std::string extent(const Kind& like, std::chrono::sys_seconds start) {
         switch (below(6)) {
         case 0:
             return "";
@@ -114,7 +114,7 @@ END:VTIMEZONE
     }
 
     std::string rule(
-        const Form& like, std::chrono::sys_seconds start, std::string_view name = "RRULE") {
+        const Kind& like, std::chrono::sys_seconds start, std::string_view name = "RRULE") {
         constexpr std::array<std::string_view, 5> rules{"FREQ=DAILY", "FREQ=WEEKLY;BYDAY=MO,SA",
             "FREQ=MONTHLY;BYMONTHDAY=-1,15", "FREQ=YEARLY", "FREQ=DAILY;INTERVAL=9;BYHOUR=1,23"};
         std::string text = std::string(name) + ":" +
@@ -135,7 +135,7 @@ END:VTIMEZONE
     }
 
     std::string event(const std::string& uid) {
-        const Form& like = form();
+        const Kind& like = form();
         const auto start = time();
         std::string lines = "UID:" + uid + "\n";
         lines += "DTSTART" + value(like, start) + "\n" + extent(like, start);
@@ -163,7 +163,7 @@ END:VTIMEZONE
             events += otherComponents(uid, like, start);
         }
         if (below(3) == 0) {
-            const Form& other = form();
+            const Kind& other = form();
             const auto moved = time();
             events += "BEGIN:VEVENT\nUID:" + uid + "\nRECURRENCE-ID" +
                       value(like, start + std::chrono::days(below(3))) + "\nDTSTART" +
@@ -172,8 +172,8 @@ END:VTIMEZONE
         return events;
     }
 
-    std::string otherForms(const Form& like, std::chrono::sys_seconds start) {
-        constexpr Form day{";VALUE=DATE", "", true};
+    std::string otherForms(const Kind& like, std::chrono::sys_seconds start) {
+        constexpr Kind day{";VALUE=DATE", "", true};
         const auto soon = [&] { return start + std::chrono::days(below(6)); };
         std::string lines = "SEQUENCE:" + std::to_string(below(3)) + "\n";
         if (below(3) == 0) {
@@ -189,11 +189,11 @@ END:VTIMEZONE
     }
 
     std::string otherComponents(
-        const std::string& uid, const Form& like, std::chrono::sys_seconds start) {
+        const std::string& uid, const Kind& like, std::chrono::sys_seconds start) {
         std::string events;
         for (int i = below(4); i > 0; --i) {
-            const Form& id = below(3) == 0 ? form() : like;
-            const Form& other = below(3) == 0 ? form() : like;
+            const Kind& id = below(3) == 0 ? form() : like;
+            const Kind& other = below(3) == 0 ? form() : like;
             const auto named = start + std::chrono::days(below(40));
             const auto moved = named + std::chrono::minutes(15) * (below(10 * 24 * 4) - 300);
             events += "BEGIN:VEVENT\nUID:" + uid + "\nSUMMARY:x" + std::to_string(i) +
@@ -202,7 +202,7 @@ END:VTIMEZONE
                       extent(other, moved) + "END:VEVENT\n";
         }
         if (below(4) == 0) {
-            const Form& other = below(2) == 0 ? form() : like;
+            const Kind& other = below(2) == 0 ? form() : like;
             const auto begin = start + std::chrono::days(below(3));
             events += "BEGIN:VEVENT\nUID:" + uid + "\nSUMMARY:second\nDTSTART" +
                       value(other, begin) + "\n" + extent(other, begin) +

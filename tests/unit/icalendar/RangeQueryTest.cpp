@@ -1,6 +1,6 @@
-#include "platform/icalendar/CalendarReader.h"
+#include "icalendar/CalendarReader.h"
 
-#include "platform/icalendar/CalendarStream.h"
+#include "icalendar/stream/ParsedStream.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/unit/icalendar/CalendarText.h"
 #include "tests/unit/icalendar/RandomStreams.h"
@@ -12,7 +12,7 @@
 #include <map>
 #include <set>
 
-namespace quenbrook::platform::icalendar {
+namespace quenbrook::icalendar {
 namespace {
 
 using std::chrono::minutes;
@@ -20,11 +20,11 @@ using test::at;
 using test::RandomStreams;
 using test::stream;
 
-std::string describedSpan(const std::string& uid, const Event& event) {
+std::string describedSpan(const std::string& uid, const model::Event& event) {
     return uid + " " + test::spanOf(event);
 }
 
-std::vector<std::string> queried(std::string_view text, Instant from, Instant until) {
+std::vector<std::string> queried(std::string_view text, model::Instant from, model::Instant until) {
     std::vector<std::string> found;
     for (const FoundEvent& each : RangeQuery(from, until).eventsIn(text)) {
         found.push_back(describedSpan(each.key.uid, each.event));
@@ -33,15 +33,15 @@ std::vector<std::string> queried(std::string_view text, Instant from, Instant un
     return found;
 }
 
-// Every occurrence of some years, without any regard to what the outline says of days.
+// Every instance of some years, without any regard to what the scan says of days.
 struct Span {
     std::string uid;
     TimeSpan time;
 };
 std::vector<Span> everySpan(std::string_view text) {
-    CalendarStream stream(text);
+    ParsedStream stream(text);
     std::set<std::string> uids;
-    for (const EventSummary& event : stream.outline().events) {
+    for (const EventSummary& event : stream.scan().events) {
         uids.insert(uidOf(text, event));
     }
     std::vector<Span> spans;
@@ -50,21 +50,22 @@ std::vector<Span> everySpan(std::string_view text) {
         if (!series) {
             continue;
         }
-        for (const Occurrence& each :
-            series->occurrencesIn(at("2024-01-01T00:00:00Z"), at("2028-06-01T00:00:00Z"))) {
+        for (const Instance& each :
+            series->instancesIn(at("2024-01-01T00:00:00Z"), at("2028-06-01T00:00:00Z"))) {
             spans.push_back({uid, each.span});
         }
     }
     return spans;
 }
 
-std::vector<std::string> selected(const std::vector<Span>& spans, Instant from, Instant until) {
+std::vector<std::string> selected(
+    const std::vector<Span>& spans, model::Instant from, model::Instant until) {
     std::vector<std::string> found;
     for (const Span& span : spans) {
         const bool isPoint = span.time.start == span.time.end;
         const bool isIn =
             span.time.start < until && (isPoint ? span.time.start >= from : span.time.end > from);
-        Event event;
+        model::Event event;
         event.start = span.time.start;
         event.end = span.time.end;
         if (isIn) {
@@ -87,8 +88,9 @@ TEST(RangeQueries, FindWhatASearchOfEverythingFinds) {
         const std::string text = streams.next();
         const std::vector<Span> spans = everySpan(text);
         for (int query = 0; query < 8; ++query) {
-            const Instant from = streams.instant();
-            const Instant until = from + minutes(streams.below(query % 2 == 0 ? 600 : 40'000));
+            const model::Instant from = streams.instant();
+            const model::Instant until =
+                from + minutes(streams.below(query % 2 == 0 ? 600 : 40'000));
             const auto found = queried(text, from, until);
             ASSERT_EQ(found, selected(spans, from, until))
                 << "seen from " << zones[round % zones.size()] << " between " << test::written(from)
@@ -179,5 +181,29 @@ TEST(FindingEvents, GoesByTheWholeUid) {
     }
 }
 
+// Each by itself, whatever they have in common.
+TEST(RangeQueries, FindEventsWithoutUid) {
+    const std::string event = "BEGIN:VEVENT\nDTSTART:20260105T100000Z\nSUMMARY:x\nEND:VEVENT\n";
+    const std::string empty =
+        "BEGIN:VEVENT\nUID:\nDTSTART:20260106T100000Z\nRRULE:FREQ=DAILY;COUNT=2\nEND:VEVENT\n";
+    const std::string exception = "BEGIN:VEVENT\nDTSTART:20260109T100000Z\n"
+                                  "RECURRENCE-ID:20260107T100000Z\nEND:VEVENT\n";
+    for (const std::string& text : {test::stream(event + empty + exception + event),
+             test::stream(exception + event + event + empty)}) {
+        std::vector<std::string> starts;
+        for (const FoundEvent& found :
+            RangeQuery(at("2026-01-01T00:00:00Z"), at("2026-02-01T00:00:00Z")).eventsIn(text)) {
+            EXPECT_EQ(found.key.uid, "");
+            starts.push_back(test::written(found.event.start));
+        }
+        std::sort(starts.begin(), starts.end());
+        EXPECT_EQ(
+            starts, (std::vector<std::string>{"2026-01-05T10:00:00Z", "2026-01-05T10:00:00Z",
+                        "2026-01-06T10:00:00Z", "2026-01-07T10:00:00Z", "2026-01-09T10:00:00Z"}));
+        EXPECT_FALSE(findEvent(text, ""));
+    }
+    EXPECT_FALSE(findEvent(test::stream(event), ""));
+}
+
 } // namespace
-} // namespace quenbrook::platform::icalendar
+} // namespace quenbrook::icalendar

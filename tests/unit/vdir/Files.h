@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/vdir/Folder.h"
+#include "files/Directory.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <filesystem>
@@ -13,14 +13,14 @@
 
 namespace quenbrook::test {
 
-// A folder of the test's own with a few words for what tests do in it.
+// A directory of the test's own with a few words for what tests do in it.
 class Files {
   public:
     std::filesystem::path path(const std::string& name = {}) const {
-        return name.empty() ? folder_.path() : folder_.path() / name;
+        return name.empty() ? directory_.path() : directory_.path() / name;
     }
 
-    // The folders on the way are made.
+    // The directories on the way are made.
     void write(const std::string& name, std::string_view content) const {
         std::filesystem::create_directories(path(name).parent_path());
         std::ofstream(path(name), std::ios::binary | std::ios::trunc) << content;
@@ -34,7 +34,7 @@ class Files {
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    void makeFolder(const std::string& name) const {
+    void makeDirectory(const std::string& name) const {
         std::filesystem::create_directories(path(name));
     }
 
@@ -43,25 +43,25 @@ class Files {
         std::filesystem::create_symlink(target, path(name));
     }
 
-    // Every name in a folder, those that begin with a dot too.
-    std::set<std::string> names(const std::string& folder = {}) const {
+    // Every name in a directory, those that begin with a dot too.
+    std::set<std::string> names(const std::string& directory = {}) const {
         std::set<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(path(folder))) {
+        for (const auto& entry : std::filesystem::directory_iterator(path(directory))) {
             found.insert(entry.path().filename().string());
         }
         return found;
     }
 
-    platform::vdir::Folder open(const std::string& name = {}) const {
-        auto opened = platform::vdir::Folder::open(path(name).string());
+    files::Directory open(const std::string& name = {}) const {
+        auto opened = files::Directory::open(path(name).string());
         if (!opened) {
-            throw std::runtime_error("no folder " + name);
+            throw std::runtime_error("no directory " + name);
         }
         return std::move(*opened);
     }
 
   private:
-    support::TemporaryFolder folder_;
+    support::TemporaryFolder directory_;
 };
 
 } // namespace quenbrook::test

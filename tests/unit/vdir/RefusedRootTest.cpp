@@ -1,4 +1,4 @@
-#include "platform/vdir/VdirStore.h"
+#include "stores/vdir/VdirStore.h"
 
 #include "tests/unit/vdir/Files.h"
 
@@ -7,11 +7,11 @@
 #include <chrono>
 #include <filesystem>
 
-namespace quenbrook::platform::vdir {
+namespace quenbrook::stores::vdir {
 namespace {
 
-// A folder that names are made in and taken from, if only for a moment, tells so by its time.
-TEST(RefusedRoots, AreLeftAloneWithTheFolderAroundThem) {
+// A directory that names are made in and taken from, if only for a moment, tells so by its time.
+TEST(RefusedRoots, AreLeftAloneWithTheDirectoryAroundThem) {
     const test::Files files;
     files.write("file", "kept");
     const auto longAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1000);
@@ -22,4 +22,4 @@ TEST(RefusedRoots, AreLeftAloneWithTheFolderAroundThem) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::vdir
+} // namespace quenbrook::stores::vdir

@@ -1,5 +1,5 @@
-#include "platform/vdir/VdirStore.h"
 #include "src/Run.h"
+#include "stores/vdir/VdirStore.h"
 #include "tests/unit/vdir/Files.h"
 
 #include <gtest/gtest.h>
@@ -10,11 +10,11 @@
 #include <vector>
 
 // However many threads read, the program answers with the same bytes.
-namespace quenbrook::platform::vdir {
+namespace quenbrook::stores::vdir {
 namespace {
 
-constexpr std::array<ReadingThreads, 2> crowds = {
-    {{.atFirst = 2, .most = 2, .filesForEach = 3}, {.atFirst = 8, .most = 8, .filesForEach = 1}}};
+constexpr std::array<files::ReadingThreads, 2> crowds = {
+    {{.most = 2, .filesForEach = 3}, {.most = 8, .filesForEach = 1}}};
 
 #ifdef __SANITIZE_THREAD__
 // Ten times as slow there, and what that looks for shows in a few.
@@ -23,7 +23,7 @@ constexpr unsigned stores = 20;
 constexpr unsigned stores = 100;
 #endif
 
-std::string answerOf(const std::filesystem::path& root, ReadingThreads threads,
+std::string answerOf(const std::filesystem::path& root, files::ReadingThreads threads,
     std::string_view word, const std::string& request) {
     std::string all;
     const Streams streams{[&] { return request; }, [&](std::string_view text) { all += text; },
@@ -36,9 +36,8 @@ std::string answerOf(const std::filesystem::path& root, ReadingThreads threads,
 // The answer of one thread, which is that of many.
 std::string sameAnswer(
     const std::filesystem::path& root, std::string_view word, const std::string& request) {
-    const std::string alone =
-        answerOf(root, {.atFirst = 1, .most = 1, .filesForEach = 1}, word, request);
-    for (const ReadingThreads& crowd : crowds) {
+    const std::string alone = answerOf(root, {.most = 1, .filesForEach = 1}, word, request);
+    for (const files::ReadingThreads& crowd : crowds) {
         EXPECT_EQ(answerOf(root, crowd, word, request), alone);
     }
     return alone;
@@ -134,10 +133,11 @@ TEST(SameAnswer, OfTheTextsOfTheTests) {
     const std::filesystem::path source(QUENBROOK_SOURCE);
     const test::Files files;
     std::size_t count = 0;
-    for (const char* folder : {"tests/fuzz/corpus/calendar-text", "docs/example-store"}) {
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(source / folder)) {
+    for (const char* directory : {"tests/fuzz/corpus/calendar-text", "docs/example-store"}) {
+        for (const auto& entry :
+            std::filesystem::recursive_directory_iterator(source / directory)) {
             if (entry.is_regular_file()) {
-                files.makeFolder("texts");
+                files.makeDirectory("texts");
                 std::filesystem::copy_file(
                     entry.path(), files.path("texts/" + std::to_string(count++) + ".ics"));
             }
@@ -166,4 +166,4 @@ TEST(SameAnswer, OfASearchThatSeveralFilesAnswer) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::vdir
+} // namespace quenbrook::stores::vdir

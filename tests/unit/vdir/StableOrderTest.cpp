@@ -1,5 +1,6 @@
-#include "platform/vdir/VdirStore.h"
+#include "stores/vdir/VdirStore.h"
 
+#include "tests/support/EventsOf.h"
 #include "tests/unit/vdir/Files.h"
 
 #include <gtest/gtest.h>
@@ -7,12 +8,12 @@
 #include <string>
 #include <vector>
 
-namespace quenbrook::platform::vdir {
+namespace quenbrook::stores::vdir {
 namespace {
 
 using std::chrono::sys_days;
 
-// A folder gives its names in an order of its own, which nobody must see.
+// A directory gives its names in an order of its own, which nobody must see.
 TEST(StableOrder, OfEventsThatAreAlikeIsThatOfTheirFiles) {
     const test::Files files;
     std::vector<std::string> expected;
@@ -26,8 +27,8 @@ TEST(StableOrder, OfEventsThatAreAlikeIsThatOfTheirFiles) {
     }
     const std::chrono::year year(2026);
     std::vector<std::string> titles;
-    for (const Event& event :
-        openVdirStore(files.path())->events(sys_days(year / 1 / 1), sys_days(year / 2 / 1), {})) {
+    for (const model::Event& event : tests::eventsOf(
+             *openVdirStore(files.path()), sys_days(year / 1 / 1), sys_days(year / 2 / 1), {})) {
         titles.push_back(event.title.value_or(""));
     }
     EXPECT_EQ(titles, expected);
@@ -36,14 +37,14 @@ TEST(StableOrder, OfEventsThatAreAlikeIsThatOfTheirFiles) {
 TEST(StableOrder, OfCalendarsIsThatOfTheIdentifiersTheyAreKnownBy) {
     const test::Files files;
     const std::string emoji = "\xF0\x9F\x97\x93";
-    files.makeFolder(emoji);
-    files.makeFolder("\xFF");
+    files.makeDirectory(emoji);
+    files.makeDirectory("\xFF");
     std::vector<std::string> identifiers;
-    for (const Calendar& calendar : openVdirStore(files.path())->calendars()) {
+    for (const model::Calendar& calendar : openVdirStore(files.path())->calendars()) {
         identifiers.push_back(calendar.identifier);
     }
     EXPECT_EQ(identifiers, (std::vector<std::string>{"\xEF\xBF\xBD", emoji}));
 }
 
 } // namespace
-} // namespace quenbrook::platform::vdir
+} // namespace quenbrook::stores::vdir

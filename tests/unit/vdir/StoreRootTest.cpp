@@ -1,6 +1,7 @@
-#include "platform/vdir/StoreRoot.h"
+#include "stores/vdir/StoreRoot.h"
 
-#include "platform/vdir/VdirStore.h"
+#include "stores/vdir/VdirStore.h"
+#include "tests/support/EventsOf.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/unit/vdir/Files.h"
 
@@ -12,7 +13,7 @@
 
 #include <sys/stat.h>
 
-namespace quenbrook::platform::vdir {
+namespace quenbrook::stores::vdir {
 namespace {
 
 using Names = std::set<std::string>;
@@ -58,7 +59,7 @@ class NewRoots : public testing::Test {
         EXPECT_EQ(files_.names(root), Names{"local"});
         EXPECT_EQ(files_.names(root + "/local"), (Names{"calendar", "displayname"}));
         EXPECT_EQ(files_.names(root + "/local/calendar"), (Names{"color", "displayname"}));
-        EXPECT_EQ(files_.read(root + "/local/displayname"), "On This Computer");
+        EXPECT_EQ(files_.read(root + "/local/displayname"), "Quenbrook");
         EXPECT_EQ(files_.read(root + "/local/calendar/displayname"), "Calendar");
         EXPECT_EQ(files_.read(root + "/local/calendar/color"), "#1BADF8");
     }
@@ -73,14 +74,14 @@ class NewRoots : public testing::Test {
 TEST_F(NewRoots, HoldOneCalendarForTheirOwnerOnly) {
     createStoreRoot(files_.path("a/b/root"));
     expectInitialCalendar("a/b/root");
-    for (const char* folder : {"a/b/root", "a/b/root/local", "a/b/root/local/calendar"}) {
-        EXPECT_EQ(modeOf(folder), mode_t{0700}) << folder;
+    for (const char* directory : {"a/b/root", "a/b/root/local", "a/b/root/local/calendar"}) {
+        EXPECT_EQ(modeOf(directory), mode_t{0700}) << directory;
     }
     EXPECT_EQ(files_.names("a/b"), Names{"root"});
 }
 
 TEST_F(NewRoots, NeverTakeThePlaceOfWhatIsThere) {
-    files_.makeFolder("empty");
+    files_.makeDirectory("empty");
     files_.write("full/kept", "kept");
     files_.write("file", "kept");
     files_.link("link", "nowhere");
@@ -100,7 +101,7 @@ TEST_F(NewRoots, TakeThePlaceOfWhatAKilledRunHasBegun) {
     EXPECT_EQ(files_.names(), Names{"root"});
 }
 
-TEST_F(NewRoots, FailWhereNoFolderCanBeMade) {
+TEST_F(NewRoots, FailWhereNoDirectoryCanBeMade) {
     files_.write("file", "kept");
     EXPECT_THROW(createStoreRoot(files_.path("file/root")), std::system_error);
     EXPECT_THROW(createStoreRoot(files_.path("file/deeper/root")), std::system_error);
@@ -112,11 +113,11 @@ TEST_F(NewRoots, AreMadeByTheFirstOperationNotByOpening) {
     EXPECT_EQ(files_.names(), Names{});
     EXPECT_EQ(opened->authorizationStatus(), 3);
     expectInitialCalendar("root");
-    const std::vector<Calendar> calendars = opened->calendars();
+    const std::vector<model::Calendar> calendars = opened->calendars();
     ASSERT_EQ(calendars.size(), 1u);
-    EXPECT_EQ(
-        calendars[0], (Calendar{"local/calendar", "Calendar", true, Source{"On This Computer", 0},
-                          Color{0x1B / 255.0, 0xAD / 255.0, 0xF8 / 255.0}}));
+    EXPECT_EQ(calendars[0],
+        (model::Calendar{"local/calendar", "Calendar", true, model::Source{"Quenbrook", 0},
+            model::Color{0x1B / 255.0, 0xAD / 255.0, 0xF8 / 255.0}}));
 }
 
 TEST_F(NewRoots, AreMadeOnceByManyAtATime) {
@@ -134,7 +135,7 @@ TEST_F(NewRoots, AreMadeOnceByManyAtATime) {
 }
 
 TEST_F(NewRoots, AreNotMadeWhereOneIs) {
-    files_.makeFolder("root");
+    files_.makeDirectory("root");
     EXPECT_EQ(store("root")->authorizationStatus(), 3);
     EXPECT_TRUE(store("root")->calendars().empty());
     EXPECT_EQ(files_.names("root"), Names{});
@@ -146,14 +147,14 @@ struct AccessCase {
 };
 
 TEST_F(NewRoots, TellTheAccessThatThereIs) {
-    files_.makeFolder("folder");
+    files_.makeDirectory("directory");
     files_.write("file", "");
-    files_.link("link", "folder");
+    files_.link("link", "directory");
     files_.link("dangling", "nowhere");
     files_.link("linkToFile", "file");
     ASSERT_EQ(::mkfifo(files_.path("fifo").c_str(), 0600), 0);
     const std::vector<AccessCase> cases{
-        {"folder", 3},
+        {"directory", 3},
         {"link", 3},
         {"new", 3},
         {"new/below/new", 3},
@@ -183,14 +184,14 @@ TEST_F(NewRoots, WithoutAccessHoldNothing) {
         EXPECT_TRUE(opened->calendars().empty());
         EXPECT_FALSE(opened->calendar("local/calendar"));
         EXPECT_FALSE(opened->event("local/calendar:x"));
-        EXPECT_TRUE(opened->events(Instant::min(), Instant::max(), std::nullopt).empty());
-        EventChanges changes;
+        EXPECT_TRUE(tests::eventsOf(*opened, model::Instant::min(), model::Instant::max()).empty());
+        model::EventChanges changes;
         changes.title = "x";
-        changes.start = changes.end = Instant();
+        changes.start = changes.end = model::Instant();
         changes.isAllDay = false;
-        EXPECT_FALSE(opened->create(Calendar{.identifier = "local/calendar"}, changes));
+        EXPECT_FALSE(opened->create(model::Calendar{.identifier = "local/calendar"}, changes));
     }
 }
 
 } // namespace
-} // namespace quenbrook::platform::vdir
+} // namespace quenbrook::stores::vdir

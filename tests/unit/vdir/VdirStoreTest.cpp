@@ -1,5 +1,6 @@
-#include "platform/vdir/VdirStore.h"
+#include "stores/vdir/VdirStore.h"
 
+#include "tests/support/EventsOf.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/unit/vdir/Files.h"
 
@@ -11,12 +12,12 @@
 
 #include <sys/stat.h>
 
-namespace quenbrook::platform::vdir {
+namespace quenbrook::stores::vdir {
 namespace {
 
 using Names = std::set<std::string>;
 
-constexpr Instant day(int year, unsigned month, unsigned dayOfMonth) {
+constexpr model::Instant day(int year, unsigned month, unsigned dayOfMonth) {
     return std::chrono::sys_days(
         std::chrono::year(year) / std::chrono::month(month) / std::chrono::day(dayOfMonth));
 }
@@ -30,14 +31,14 @@ std::string fileText(const std::string& events) {
     return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\n" + events + "END:VCALENDAR\r\n";
 }
 
-EventChanges titled(std::string title) {
-    EventChanges changes;
+model::EventChanges titled(std::string title) {
+    model::EventChanges changes;
     changes.title = std::move(title);
     return changes;
 }
 
-EventChanges newEvent(std::string title) {
-    EventChanges changes = titled(std::move(title));
+model::EventChanges newEvent(std::string title) {
+    model::EventChanges changes = titled(std::move(title));
     changes.start = day(2026, 1, 7);
     changes.end = day(2026, 1, 8);
     changes.isAllDay = false;
@@ -46,12 +47,13 @@ EventChanges newEvent(std::string title) {
 
 class Stores : public testing::Test {
   protected:
-    // Reads the folders afresh, as each run of the program does.
+    // Reads the directories afresh, as each run of the program does.
     std::unique_ptr<CalendarStore> store() const { return openVdirStore(files_.path()); }
 
     std::vector<std::string> titlesIn(CalendarStore& opened) const {
         std::vector<std::string> titles;
-        for (const Event& event : opened.events(day(2026, 1, 1), day(2026, 2, 1), std::nullopt)) {
+        for (const model::Event& event :
+            tests::eventsOf(opened, day(2026, 1, 1), day(2026, 2, 1))) {
             titles.push_back(event.title.value_or("none"));
         }
         std::sort(titles.begin(), titles.end());
@@ -75,7 +77,7 @@ TEST_F(Stores, ReadEventFilesAndNothingElse) {
              "a.ics~", "a.ics.bak"}) {
         files_.write(std::string("c/") + name, fileText(eventText(name, "never")));
     }
-    files_.makeFolder("account/d/folder.ics");
+    files_.makeDirectory("account/d/directory.ics");
     files_.link("c/link.ics", "linked");
     files_.link("c/dangling.ics", "nowhere");
     files_.link("c/device.ics", "/dev/zero");
@@ -101,7 +103,7 @@ TEST_F(Stores, ReadWhatIsGoodBesideWhatIsBroken) {
 TEST_F(Stores, SetWhatTheCallerNeedsOfAnEvent) {
     files_.write("account/c/a.ics", fileText(eventText("uid")));
     const auto opened = store();
-    const auto events = opened->events(day(2026, 1, 1), day(2026, 2, 1), std::nullopt);
+    const auto events = tests::eventsOf(*opened, day(2026, 1, 1), day(2026, 2, 1));
     ASSERT_EQ(events.size(), 1u);
     EXPECT_EQ(events[0].identifier, "account/c:uid");
     ASSERT_TRUE(events[0].calendar);
@@ -124,7 +126,7 @@ TEST_F(Stores, OrderEventsByStartEndAndIdentifier) {
     files_.write("a/4.ics", timed("long", "20260105T100000Z", "20260105T120000Z"));
     files_.write("b/5.ics", timed("early", "20260105T090000Z", "20260105T130000Z"));
     std::vector<std::string> found;
-    for (const Event& event : store()->events(day(2026, 1, 1), day(2026, 2, 1), std::nullopt)) {
+    for (const model::Event& event : tests::eventsOf(*store(), day(2026, 1, 1), day(2026, 2, 1))) {
         found.push_back(*event.identifier);
     }
     EXPECT_EQ(found, (std::vector<std::string>{"b:early", "a:y", "a:z", "b:x", "a:long"}));
@@ -184,14 +186,16 @@ TEST_F(Stores, KeepApartCalendarsOfWhichOneBeginsLikeTheOther) {
     EXPECT_EQ(titleOf("a:uid"), "in a");
     EXPECT_EQ(titleOf("ab:uid"), "in ab");
     const auto opened = store();
-    const std::vector<Calendar> wanted{*opened->calendar("a"), *opened->calendar("a")};
-    const auto events = opened->events(day(2026, 1, 1), day(2026, 2, 1), wanted);
+    const std::vector<model::Calendar> wanted{*opened->calendar("a"), *opened->calendar("a")};
+    const auto events = tests::eventsOf(*opened, day(2026, 1, 1), day(2026, 2, 1), wanted);
     ASSERT_EQ(events.size(), 1u);
     EXPECT_EQ(events[0].title, "in a");
-    EXPECT_TRUE(opened->events(day(2026, 1, 1), day(2026, 2, 1), std::vector<Calendar>{}).empty());
     EXPECT_TRUE(
-        opened->events(day(2026, 1, 1), day(2026, 2, 1), std::vector<Calendar>{{.identifier = "b"}})
+        tests::eventsOf(*opened, day(2026, 1, 1), day(2026, 2, 1), std::vector<model::Calendar>{})
             .empty());
+    EXPECT_TRUE(tests::eventsOf(*opened, day(2026, 1, 1), day(2026, 2, 1),
+        std::vector<model::Calendar>{{.identifier = "b"}})
+                    .empty());
 }
 
 TEST_F(Stores, CreateAFileOfItsOwnForEachEvent) {
@@ -203,14 +207,13 @@ TEST_F(Stores, CreateAFileOfItsOwnForEachEvent) {
     const std::string file = saved->identifier->substr(2) + ".ics";
     EXPECT_EQ(files_.names("c"), (Names{"kept.ics", file}));
     EXPECT_EQ(files_.read("c/kept.ics"), "kept");
-    EXPECT_EQ(saved->title, "new");
     EXPECT_EQ(saved->start, day(2026, 1, 7));
-    EXPECT_EQ(saved->calendar->identifier, "c");
+    EXPECT_EQ(saved->calendarIdentifier, "c");
     EXPECT_EQ(titleOf(*saved->identifier), "new");
-    // What it gave back can be worked with.
-    EXPECT_TRUE(opened->update(*saved, titled("newer")));
+    // What it told can be worked with.
+    EXPECT_TRUE(opened->update(*opened->event(*saved->identifier), titled("newer")));
     EXPECT_EQ(titleOf(*saved->identifier), "newer");
-    EXPECT_TRUE(opened->remove(*saved));
+    EXPECT_TRUE(opened->remove(*opened->event(*saved->identifier)));
     EXPECT_EQ(files_.names("c"), Names{"kept.ics"});
 }
 
@@ -252,7 +255,7 @@ TEST_F(Stores, ApplyAChangeToWhatTheFileHoldsByNow) {
     const auto event = opened->event("c:uid");
     ASSERT_TRUE(event);
     files_.write("c/a.ics", fileText(eventText("uid", "theirs") + eventText("added", "added")));
-    EventChanges notes;
+    model::EventChanges notes;
     notes.notes = "ours";
     EXPECT_TRUE(opened->update(*event, notes));
     EXPECT_EQ(titles(), (std::vector<std::string>{"added", "theirs"}));
@@ -299,7 +302,7 @@ TEST_F(Stores, RefuseToChangeAFileThatBecameSomethingElse) {
     ASSERT_EQ(::mkfifo(files_.path("c/a.ics").c_str(), 0600), 0);
     EXPECT_FALSE(opened->update(*event, titled("new")));
     std::filesystem::remove(files_.path("c/a.ics"));
-    files_.makeFolder("c/a.ics");
+    files_.makeDirectory("c/a.ics");
     EXPECT_FALSE(opened->remove(*event));
 }
 
@@ -312,7 +315,7 @@ TEST_F(Stores, NeverWriteToSubscriptionsAndBirthdays) {
         ASSERT_TRUE(event);
         EXPECT_FALSE(opened->update(*event, titled("new"))) << type;
         EXPECT_FALSE(opened->remove(*event)) << type;
-        Calendar calendar = *opened->calendar("account/c");
+        model::Calendar calendar = *opened->calendar("account/c");
         EXPECT_FALSE(opened->create(calendar, newEvent("new"))) << type;
         // What the caller says of the calendar does not count.
         calendar.allowsContentModifications = true;
@@ -323,28 +326,28 @@ TEST_F(Stores, NeverWriteToSubscriptionsAndBirthdays) {
 }
 
 TEST_F(Stores, RefuseToCreateWhatCannotBeHeldOrHasNoCalendar) {
-    files_.makeFolder("c");
+    files_.makeDirectory("c");
     const auto opened = store();
-    const Calendar calendar = *opened->calendar("c");
+    const model::Calendar calendar = *opened->calendar("c");
     EXPECT_FALSE(opened->create(calendar, newEvent(std::string("a\0b", 3))));
-    EventChanges backwards = newEvent("x");
+    model::EventChanges backwards = newEvent("x");
     std::swap(backwards.start, backwards.end);
     EXPECT_FALSE(opened->create(calendar, backwards));
-    EXPECT_FALSE(opened->create(Calendar{.identifier = "../c"}, newEvent("x")));
-    EXPECT_FALSE(opened->create(Calendar{.identifier = "c/"}, newEvent("x")));
-    EXPECT_FALSE(opened->create(Calendar{.identifier = ""}, newEvent("x")));
+    EXPECT_FALSE(opened->create(model::Calendar{.identifier = "../c"}, newEvent("x")));
+    EXPECT_FALSE(opened->create(model::Calendar{.identifier = "c/"}, newEvent("x")));
+    EXPECT_FALSE(opened->create(model::Calendar{.identifier = ""}, newEvent("x")));
     EXPECT_EQ(files_.names("c"), Names{});
     EXPECT_EQ(files_.names(), Names{"c"});
 }
 
-TEST_F(Stores, RefuseEveryWriteWhereNoTemporaryFileCanBe) {
+TEST_F(Stores, WriteBesideADirectoryThatIsCalledLikeATemporaryFile) {
     files_.write("c/a.ics", fileText(eventText("uid")));
     files_.write("c/.quenbrook.tmp/kept", "");
     const auto opened = store();
-    EXPECT_FALSE(opened->create(*opened->calendar("c"), newEvent("new")));
-    EXPECT_FALSE(opened->update(*opened->event("c:uid"), titled("new")));
-    EXPECT_EQ(titles(), std::vector<std::string>{"old"});
+    EXPECT_TRUE(opened->update(*opened->event("c:uid"), titled("new")));
+    EXPECT_EQ(titles(), std::vector<std::string>{"new"});
     EXPECT_EQ(files_.names("c"), (Names{".quenbrook.tmp", "a.ics"}));
+    EXPECT_EQ(files_.names("c/.quenbrook.tmp"), Names{"kept"});
 }
 
 TEST_F(Stores, KeepThePermissionsOfAChangedFile) {
@@ -365,7 +368,7 @@ TEST_F(Stores, LoseNoChangeOfWritersAtTheSameTime) {
             const auto opened = store();
             for (int i = 0; i < 10; ++i) {
                 EXPECT_TRUE(opened->create(*opened->calendar("c"), newEvent("created")));
-                EventChanges changes;
+                model::EventChanges changes;
                 (writer % 2 == 0 ? changes.title : changes.notes) = "last";
                 EXPECT_TRUE(opened->update(*opened->event("c:uid"), changes));
             }
@@ -387,7 +390,7 @@ TEST_F(Stores, FindTwoFilesOfOneUidAndChangeTheOneThatWasRead) {
     files_.write("c/2.ics", fileText(eventText("uid", "two")));
     EXPECT_EQ(titles(), (std::vector<std::string>{"one", "two"}));
     const auto opened = store();
-    for (const Event& event : opened->events(day(2026, 1, 1), day(2026, 2, 1), std::nullopt)) {
+    for (const model::Event& event : tests::eventsOf(*opened, day(2026, 1, 1), day(2026, 2, 1))) {
         if (event.title == "two") {
             EXPECT_TRUE(opened->update(event, titled("changed")));
         }
@@ -397,4 +400,4 @@ TEST_F(Stores, FindTwoFilesOfOneUidAndChangeTheOneThatWasRead) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::vdir
+} // namespace quenbrook::stores::vdir

@@ -48,6 +48,11 @@ std::string seconds(NSDate* date) {
     state_->current.calendar =
         calendar == nil ? std::nullopt : std::optional([calendar value].identifier);
 }
+- (NSString*)calendarItemExternalIdentifier {
+    call("EKEvent calendarItemExternalIdentifier");
+    const auto& external = state_->current.externalIdentifier;
+    return stringOrNil(external ? external : state_->current.identifier);
+}
 - (NSString*)title {
     call("EKEvent title");
     return stringOrNil(state_->current.title);
@@ -109,6 +114,10 @@ std::string seconds(NSDate* date) {
         }
     }
 }
+- (BOOL)hasRecurrenceRules {
+    call("EKEvent hasRecurrenceRules");
+    return state_->current.recurrenceRules && !state_->current.recurrenceRules->empty();
+}
 - (NSArray*)recurrenceRules {
     call("EKEvent recurrenceRules");
     if (!state_->current.recurrenceRules) {
@@ -150,6 +159,10 @@ std::string seconds(NSDate* date) {
     call("EKEvent eventWithEventStore:");
     quenbrook::standin::raiseUnless(eventStore != nil, @"no store");
     return [[[EKEvent alloc] initNewOf:[eventStore number]] autorelease];
+}
+- (BOOL)hasChanges {
+    call("EKEvent hasChanges");
+    return state_->current != state_->saved;
 }
 - (void)rollback {
     call("EKEvent rollback");

@@ -165,6 +165,10 @@ void erase(const Event& event, EKSpan span) {
         [&](const Event& other) { return other.identifier == event.identifier; });
     if (isSeries(*stored)) {
         const double start = originalStart(event);
+        const auto& removed = stored->removedOccurrences;
+        if (std::find(removed.begin(), removed.end(), start) != removed.end()) {
+            return;
+        }
         if (span == EKSpanThisEvent) {
             removeOccurrence(*stored, start);
         } else {
@@ -181,6 +185,14 @@ void changed() {
     if (World::current().whenChanged) {
         World::current().whenChanged();
     }
+}
+
+Event namedInAQuery(Event occurrence) {
+    if (World::current().namesOccurrencesApart && isSeries(occurrence)) {
+        occurrence.externalIdentifier = occurrence.identifier;
+        occurrence.identifier->append(u"/RID=1");
+    }
+    return occurrence;
 }
 
 int liveStores = 0;
@@ -203,7 +215,19 @@ int liveStores = 0;
     }
     number_ = World::current().newStoreNumber();
     refused_ = [[NSMutableArray alloc] init];
+    [self look];
     return [super init];
+}
+- (void)reset {
+    call("EKEventStore reset");
+    [refused_ removeAllObjects];
+    [self look];
+}
+- (void)look {
+    seesCalendars_ = !World::current().hidesUntilReset || World::current().isOpen();
+}
+- (bool)isOpen {
+    return seesCalendars_ && World::current().isOpen();
 }
 - (void)dealloc {
     [refused_ release];
@@ -248,7 +272,7 @@ int liveStores = 0;
         World& world = World::current();
         const auto& prompt = world.prompt;
         NSError* error = nil;
-        if (!prompt.error) {
+        if (!prompt.error && prompt.isShown) {
             world.authorizationStatus = prompt.granted ? 3 : 2;
             changed();
         }
@@ -273,7 +297,7 @@ int liveStores = 0;
         return nil;
     }
     NSMutableArray* calendars = [NSMutableArray array];
-    if (!World::current().isOpen()) {
+    if (![self isOpen]) {
         return calendars;
     }
     for (const auto& calendar : World::current().calendars) {
@@ -284,15 +308,19 @@ int liveStores = 0;
 - (EKCalendar*)calendarWithIdentifier:(NSString*)identifier {
     call("EKEventStore calendarWithIdentifier: " + utf8(identifier));
     World& world = World::current();
-    const auto* calendar = world.isOpen() ? world.calendar(text(identifier)) : nullptr;
+    const auto* calendar = [self isOpen] ? world.calendar(text(identifier)) : nullptr;
     return calendar == nullptr ? nil
                                : [[[EKCalendar alloc] initWithCalendar:*calendar] autorelease];
 }
 - (EKEvent*)eventWithIdentifier:(NSString*)identifier {
     call("EKEventStore eventWithIdentifier: " + utf8(identifier));
     World& world = World::current();
-    const Event* event = world.isOpen() ? world.find(text(identifier)) : nullptr;
-    return event == nullptr ? nil : [self objectFor:firstOccurrence(*event).value()];
+    const Event* event = [self isOpen] ? world.find(text(identifier)) : nullptr;
+    if (event == nullptr) {
+        return nil;
+    }
+    return [self objectFor:world.leadsToRemovedOccurrences ? firstOfAll(*event)
+                                                           : firstOccurrence(*event).value()];
 }
 - (NSPredicate*)predicateForEventsWithStartDate:(NSDate*)startDate
                                         endDate:(NSDate*)endDate
@@ -323,13 +351,13 @@ int liveStores = 0;
     }
     NSMutableArray* events = [NSMutableArray array];
     auto* range = static_cast<StandInEventPredicate*>(predicate);
-    if (!World::current().isOpen()) {
+    if (![self isOpen]) {
         return events;
     }
     for (const Event& event : World::current().events) {
         for (const Event& occurrence : occurrencesBefore(event, range->end_)) {
             if ([range holdsOf:occurrence]) {
-                [events addObject:[self objectFor:occurrence]];
+                [events addObject:[self objectFor:namedInAQuery(occurrence)]];
             }
         }
     }
@@ -358,6 +386,11 @@ int liveStores = 0;
         object.current.identifier = world.newIdentifier();
     }
     store(object.current, object.saved, span);
+    if (world.changesIdentifiers) {
+        const auto identifier = world.newIdentifier();
+        world.find(*object.current.identifier)->identifier = identifier;
+        object.current.identifier = identifier;
+    }
     object.saved = object.current;
     [refused_ removeObject:event];
     changed();

@@ -91,6 +91,10 @@ void raiseUnless(bool isValid, NSString* reason) {
     countDeath(self);
     [super dealloc];
 }
+- (BOOL)hasChanges {
+    raiseUnless(false, @"not of the stand-in");
+    return NO;
+}
 - (void)rollback {
     raiseUnless(false, @"not of the stand-in");
 }

@@ -1,4 +1,4 @@
-#include "platform/icalendar/event/EventMapping.h"
+#include "icalendar/event/EventMapping.h"
 
 #include "tests/support/ScopedVariable.h"
 #include "tests/unit/icalendar/CalendarText.h"
@@ -7,12 +7,12 @@
 
 #include <vector>
 
-namespace quenbrook::platform::icalendar {
+namespace quenbrook::icalendar {
 namespace {
 
 using test::at;
 
-Event eventWith(const std::string& lines) {
+model::Event eventWith(const std::string& lines) {
     const auto found = findEvent(test::eventStream("DTSTART:20260105T100000Z\n" + lines), "e");
     if (!found) {
         throw std::invalid_argument(lines);
@@ -21,7 +21,7 @@ Event eventWith(const std::string& lines) {
 }
 
 TEST(MappedEvents, HaveTheirTexts) {
-    const Event event =
+    const model::Event event =
         eventWith("SUMMARY;LANGUAGE=de:Essen\\, lange\nLOCATION:Caf\xC3\xA9\\; back\n"
                   "DESCRIPTION:one\\ntwo \\\\ three\xFF\n");
     EXPECT_EQ(event.title, "Essen, lange");
@@ -33,27 +33,28 @@ TEST(MappedEvents, HaveTheirTexts) {
 }
 
 TEST(MappedEvents, TellAbsentTextsFromEmptyOnes) {
-    const Event without = eventWith("");
+    const model::Event without = eventWith("");
     EXPECT_FALSE(without.title || without.location || without.notes);
-    const Event empty = eventWith("SUMMARY:\nLOCATION:\nDESCRIPTION:\n");
+    const model::Event empty = eventWith("SUMMARY:\nLOCATION:\nDESCRIPTION:\n");
     EXPECT_EQ(empty.title, "");
     EXPECT_EQ(empty.location, "");
     EXPECT_EQ(empty.notes, "");
 }
 
 TEST(MappedEvents, KeepTheWhiteSpaceOfTextsOnly) {
-    const Event event = eventWith("SUMMARY: a \nLOCATION:b\t\nDESCRIPTION: \n"
-                                  "ATTENDEE;CN=Jane :mailto:j@example.org \n"
-                                  "LAST-MODIFIED:20260105T100000Z \n");
+    const model::Event event = eventWith("SUMMARY: a \nLOCATION:b\t\nDESCRIPTION: \n"
+                                         "ATTENDEE;CN=Jane :mailto:j@example.org \n"
+                                         "LAST-MODIFIED:20260105T100000Z \n");
     EXPECT_EQ(event.title, " a ");
     EXPECT_EQ(event.location, "b\t");
     EXPECT_EQ(event.notes, " ");
-    EXPECT_EQ(event.participants, (std::vector<Participant>{{"mailto:j@example.org", "Jane ", 1}}));
+    EXPECT_EQ(event.participants,
+        (std::vector<model::Participant>{{"mailto:j@example.org", "Jane ", 1}}));
     EXPECT_EQ(event.lastModified, at("2026-01-05T10:00:00Z"));
 }
 
 TEST(MappedEvents, DoNotTakeTheTextsOfTheirAlarms) {
-    const Event event = eventWith(
+    const model::Event event = eventWith(
         "BEGIN:VALARM\nSUMMARY:alarm\nDESCRIPTION:alarm\nATTENDEE:mailto:a@b\nEND:VALARM\n");
     EXPECT_FALSE(event.title || event.notes);
     EXPECT_TRUE(event.participants.empty());
@@ -81,7 +82,7 @@ constexpr StatusCase statusCases[] = {
 
 TEST(MappedParticipants, HaveTheNumberOfTheirStatus) {
     for (const StatusCase& row : statusCases) {
-        const Event event =
+        const model::Event event =
             eventWith("ATTENDEE" + std::string(row.parameters) + ":mailto:j@example.org\n");
         ASSERT_EQ(event.participants.size(), 1u);
         EXPECT_EQ(event.participants[0].status, row.status) << row.parameters;
@@ -89,12 +90,12 @@ TEST(MappedParticipants, HaveTheNumberOfTheirStatus) {
 }
 
 TEST(MappedParticipants, KeepTheirOrderUrlAndName) {
-    const Event event = eventWith("ATTENDEE;CN=\"Doe: Jane; x\":mailto:j@example.org\n"
-                                  "ORGANIZER;CN=Boss:mailto:boss@example.org\n"
-                                  "attendee:tel:+49-30-1\nATTENDEE;CN=^'Al^':\n");
-    EXPECT_EQ(
-        event.participants, (std::vector<Participant>{{"mailto:j@example.org", "Doe: Jane; x", 1},
-                                {"tel:+49-30-1", std::nullopt, 1}, {"", "\"Al\"", 1}}));
+    const model::Event event = eventWith("ATTENDEE;CN=\"Doe: Jane; x\":mailto:j@example.org\n"
+                                         "ORGANIZER;CN=Boss:mailto:boss@example.org\n"
+                                         "attendee:tel:+49-30-1\nATTENDEE;CN=^'Al^':\n");
+    EXPECT_EQ(event.participants,
+        (std::vector<model::Participant>{{"mailto:j@example.org", "Doe: Jane; x", 1},
+            {"tel:+49-30-1", std::nullopt, 1}, {"", "\"Al\"", 1}}));
 }
 
 struct AvailabilityCase {
@@ -165,16 +166,17 @@ TEST(MappedEvents, TellWhenTheyWereLastModified) {
 
 struct RuleCase {
     std::string rule;
-    RecurrenceRule mapped;
+    model::RecurrenceRule mapped;
 };
 
 TEST(MappedRules, KeepWhatThePlatformKnows) {
     const std::vector<RuleCase> cases{
         {"FREQ=DAILY", {.frequency = 0, .interval = 1}},
         {"FREQ=WEEKLY;INTERVAL=2", {.frequency = 1, .interval = 2}},
-        {"FREQ=MONTHLY;COUNT=10", {.frequency = 2, .end = RecurrenceEnd::withOccurrenceCount(10)}},
+        {"FREQ=MONTHLY;COUNT=10",
+            {.frequency = 2, .end = model::RecurrenceEnd::withOccurrenceCount(10)}},
         {"FREQ=YEARLY;UNTIL=20300105T100000Z",
-            {.frequency = 3, .end = RecurrenceEnd::withEndDate(at("2030-01-05T10:00:00Z"))}},
+            {.frequency = 3, .end = model::RecurrenceEnd::withEndDate(at("2030-01-05T10:00:00Z"))}},
         {"FREQ=WEEKLY;BYDAY=SU,MO,TU,WE,TH,FR,SA",
             {.frequency = 1, .daysOfTheWeek = {1, 2, 3, 4, 5, 6, 7}}},
         {"FREQ=WEEKLY;BYDAY=FR,MO,SU", {.frequency = 1, .daysOfTheWeek = {6, 2, 1}}},
@@ -183,7 +185,7 @@ TEST(MappedRules, KeepWhatThePlatformKnows) {
         {"FREQ=YEARLY;BYMONTH=12,1", {.frequency = 3, .monthsOfTheYear = {12, 1}}},
     };
     for (const RuleCase& row : cases) {
-        const Event event = eventWith("RRULE:" + row.rule + "\n");
+        const model::Event event = eventWith("RRULE:" + row.rule + "\n");
         ASSERT_EQ(event.recurrenceRules.size(), 1u) << row.rule;
         EXPECT_EQ(event.recurrenceRules[0], row.mapped) << row.rule;
     }
@@ -191,7 +193,7 @@ TEST(MappedRules, KeepWhatThePlatformKnows) {
 
 TEST(MappedRules, FinerThanDailyAreOutsideOfTheTable) {
     for (const char* frequency : {"HOURLY", "MINUTELY", "SECONDLY"}) {
-        const Event event = eventWith("RRULE:FREQ=" + std::string(frequency) + ";COUNT=2\n");
+        const model::Event event = eventWith("RRULE:FREQ=" + std::string(frequency) + ";COUNT=2\n");
         ASSERT_EQ(event.recurrenceRules.size(), 1u);
         EXPECT_TRUE(
             event.recurrenceRules[0].frequency < 0 || event.recurrenceRules[0].frequency > 3)
@@ -200,7 +202,7 @@ TEST(MappedRules, FinerThanDailyAreOutsideOfTheTable) {
 }
 
 TEST(MappedRules, AreAllThereInTheirOrder) {
-    const Event event =
+    const model::Event event =
         eventWith("RRULE:FREQ=YEARLY\nRRULE:FREQ=NEVER\nRRULE:FREQ=DAILY;COUNT=2\n");
     ASSERT_EQ(event.recurrenceRules.size(), 2u);
     EXPECT_EQ(event.recurrenceRules[0].frequency, 3);
@@ -213,7 +215,7 @@ struct EndCase {
     // The machine's zone is Europe/Berlin.
     std::string_view end;
 };
-// The last occurrence starts at or before it.
+// The last instance starts at or before it.
 constexpr EndCase endCases[] = {
     {";TZID=America/New_York:20260105T100000", "20260110T150000Z", "2026-01-10T15:00:00Z"},
     {";TZID=America/New_York:20260105T100000", "20260110T100000", "2026-01-10T15:00:00Z"},
@@ -256,7 +258,7 @@ TEST(MappedRules, AreThoseOfTheSeriesForExceptionsToo) {
     ASSERT_TRUE(found);
     EXPECT_EQ(found->event.title, "exception");
     ASSERT_EQ(found->event.recurrenceRules.size(), 1u);
-    EXPECT_EQ(found->event.recurrenceRules[0].end, RecurrenceEnd::withOccurrenceCount(2));
+    EXPECT_EQ(found->event.recurrenceRules[0].end, model::RecurrenceEnd::withOccurrenceCount(2));
 }
 
 TEST(MappedEvents, AreAllDayByTheirDates) {
@@ -270,4 +272,4 @@ TEST(MappedEvents, AreAllDayByTheirDates) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::icalendar
+} // namespace quenbrook::icalendar

@@ -9,7 +9,7 @@
 namespace quenbrook::test {
 namespace {
 
-using platform::icalendar::LocalTime;
+using icalendar::LocalTime;
 
 LocalTime wallClock(const std::string& text) {
     const auto time = parseWallClock(text);

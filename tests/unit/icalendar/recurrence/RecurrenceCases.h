@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/icalendar/recurrence/RecurrenceRuleText.h"
+#include "icalendar/recurrence/RecurrenceRuleText.h"
 
 namespace quenbrook::test {
 
@@ -14,8 +14,8 @@ struct RecurrenceCase {
     int line = 0;
     std::string reason;
     std::vector<std::string> rules;
-    platform::icalendar::LocalTime start;
-    std::vector<platform::icalendar::LocalTime> occurrences;
+    icalendar::LocalTime start;
+    std::vector<icalendar::LocalTime> occurrences;
     bool goesOn = false;
 };
 

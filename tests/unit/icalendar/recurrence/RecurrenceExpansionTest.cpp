@@ -1,4 +1,4 @@
-#include "platform/icalendar/recurrence/RecurrenceExpansion.h"
+#include "icalendar/recurrence/RecurrenceExpansion.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 
 #include "tests/support/WallClockText.h"
 
-namespace quenbrook::platform::icalendar {
+namespace quenbrook::icalendar {
 namespace {
 
 LocalTime wallClock(const std::string& text) {
@@ -249,7 +249,7 @@ TEST(RecurrenceExpansion, SkippingEqualsFiltering) {
             wallClock("2024-01-01 00:00:00") +
             std::chrono::seconds{std::uniform_int_distribution<int>(0, 100'000'000)(random)};
         // Rules that never match again are not to be searched for long.
-        recur.until = Until{start + std::chrono::days{800}, Until::Form::local};
+        recur.until = Until{start + std::chrono::days{800}, Until::Kind::local};
         const auto all = test::firstOccurrences(recur, start, 60);
 
         // Past whole periods, into the middle of one, and onto an occurrence.
@@ -279,4 +279,4 @@ TEST(RecurrenceExpansion, SkippingEqualsFiltering) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::icalendar
+} // namespace quenbrook::icalendar

@@ -1,4 +1,4 @@
-#include "platform/icalendar/recurrence/RecurrenceRuleText.h"
+#include "icalendar/recurrence/RecurrenceRuleText.h"
 
 #include <gtest/gtest.h>
 
@@ -6,10 +6,10 @@
 #include <random>
 #include <string>
 
-#include "platform/icalendar/recurrence/RecurrenceExpansion.h"
+#include "icalendar/recurrence/RecurrenceExpansion.h"
 #include "tests/support/WallClockText.h"
 
-namespace quenbrook::platform::icalendar {
+namespace quenbrook::icalendar {
 namespace {
 
 std::string repeated(const std::string& entry, int times) {
@@ -48,12 +48,12 @@ TEST(ParseRecur, ReadsTheFormsOfUntil) {
     const auto until = [](std::string_view value) {
         return parseRecur("FREQ=DAILY;UNTIL=" + std::string(value)).value_or(Recur{}).until;
     };
-    EXPECT_EQ(until("20240229"), (Until{day, Until::Form::date}));
+    EXPECT_EQ(until("20240229"), (Until{day, Until::Kind::date}));
     EXPECT_EQ(until("20240229T235958"),
-        (Until{day + std::chrono::hours{24} - std::chrono::seconds{2}, Until::Form::local}));
-    EXPECT_EQ(until("20240229T090000Z"), (Until{day + std::chrono::hours{9}, Until::Form::utc}));
+        (Until{day + std::chrono::hours{24} - std::chrono::seconds{2}, Until::Kind::local}));
+    EXPECT_EQ(until("20240229T090000Z"), (Until{day + std::chrono::hours{9}, Until::Kind::utc}));
     EXPECT_EQ(until("20240229T235960Z"),
-        (Until{day + std::chrono::hours{24} - std::chrono::seconds{1}, Until::Form::utc}));
+        (Until{day + std::chrono::hours{24} - std::chrono::seconds{1}, Until::Kind::utc}));
 }
 
 TEST(ParseRecur, KeepsTheOrderOfEntriesAndThoseNamedTwice) {
@@ -90,6 +90,11 @@ const std::array writtenOtherwise{
     TextPair{"FREQ=MONTHLY;BYMONTHDAY=1,\xC2\xA0"
              "2",
         "FREQ=MONTHLY;BYMONTHDAY=1,2"},
+    TextPair{"FREQ=DAILY;UNTIL=2017-01-20", "FREQ=DAILY;UNTIL=20170120"},
+    TextPair{"FREQ=DAILY;UNTIL=2017-01-20T235959Z", "FREQ=DAILY;UNTIL=20170120T235959Z"},
+    TextPair{"FREQ=DAILY;UNTIL=2017-01-20T23:59:59", "FREQ=DAILY;UNTIL=20170120T235959"},
+    TextPair{"FREQ=MONTHLY;BYDAY=0MO,-0TU,+0WE,1FR", "FREQ=MONTHLY;BYDAY=MO,TU,WE,1FR"},
+    TextPair{"FREQ=WEEKLY;BYDAY=0MO", "FREQ=WEEKLY;BYDAY=MO"},
     // A number where no weekday comes twice.
     TextPair{"FREQ=WEEKLY;BYDAY=1MO", "FREQ=WEEKLY;BYDAY=MO"},
     TextPair{"FREQ=WEEKLY;BYDAY=-1SU,TU,5WE", "FREQ=WEEKLY;BYDAY=SU,TU,WE"},
@@ -118,6 +123,8 @@ const std::array valid{
     "FREQ=YEARLY;BYWEEKNO=20;BYDAY=3MO",
     "FREQ=HOURLY;BYMONTH=1;BYYEARDAY=1;BYMONTHDAY=-1;BYDAY=MO;BYHOUR=3;BYSECOND=60",
     "FREQ=YEARLY;BYDAY=53MO,-53SU",
+    "FREQ=MONTHLY;RSCALE=GREGORIAN;SKIP=FORWARD",
+    "FREQ=YEARLY;BYMONTHDAY=31;RSCALE=GREGORIAN;SKIP=BACKWARD",
 };
 
 TEST(ParseRecur, AcceptsWhatHasOneMeaning) {
@@ -158,7 +165,8 @@ const std::array invalid{
     "FREQ=DAILY;X-SOMETHING=1",
     "FREQ=DAILY;BYEASTER=1",
     "RSCALE=CHINESE;FREQ=YEARLY",
-    "RSCALE=GREGORIAN;FREQ=MONTHLY;SKIP=FORWARD",
+    "RSCALE=GREGORIAN;FREQ=MONTHLY;SKIP=SIDEWAYS",
+    "RSCALE=CHINESE;FREQ=MONTHLY;SKIP=FORWARD",
     "FREQ=MONTHLY;SKIP=BACKWARD",
     // Numbers out of range or not numbers.
     "FREQ=DAILY;INTERVAL=0",
@@ -200,7 +208,7 @@ const std::array invalid{
     "FREQ=DAILY;BYDAY=XX",
     "FREQ=DAILY;BYDAY=MONDAY",
     "FREQ=MONTHLY;BYDAY=1",
-    "FREQ=MONTHLY;BYDAY=0MO",
+    "FREQ=MONTHLY;BYDAY=00",
     "FREQ=MONTHLY;BYDAY=54MO",
     "FREQ=MONTHLY;BYDAY=+MO",
     "FREQ=DAILY;WKST=1MO",
@@ -212,7 +220,12 @@ const std::array invalid{
     "FREQ=DAILY;UNTIL=20230229T000000Z",
     "FREQ=DAILY;UNTIL=00000101",
     "FREQ=DAILY;UNTIL=20241301",
-    "FREQ=DAILY;UNTIL=2024-01-01",
+    "FREQ=DAILY;UNTIL=2024-01-32",
+    "FREQ=DAILY;UNTIL=2024-0101",
+    "FREQ=DAILY;UNTIL=202401-01",
+    "FREQ=DAILY;UNTIL=2024-1-1",
+    "FREQ=DAILY;UNTIL=2024-01-01T00:0000",
+    "FREQ=DAILY;UNTIL=20240101T00:00:00",
     "FREQ=DAILY;UNTIL=20240101T",
     "FREQ=DAILY;UNTIL=20240101T240000",
     "FREQ=DAILY;UNTIL=20240101T006000",
@@ -314,4 +327,4 @@ TEST(ParseRecur, SurvivesRandomBytes) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::icalendar
+} // namespace quenbrook::icalendar

@@ -8,7 +8,7 @@
 namespace quenbrook::test {
 namespace {
 
-std::vector<std::string> texts(const std::vector<platform::icalendar::LocalTime>& times) {
+std::vector<std::string> texts(const std::vector<icalendar::LocalTime>& times) {
     std::vector<std::string> result(times.size());
     std::transform(times.begin(), times.end(), result.begin(), formatWallClock);
     return result;
@@ -22,7 +22,7 @@ TEST_P(RecurrenceTables, GiveTheOccurrencesOfTheRule) {
     const std::size_t limit = expected.occurrences.size() + 1;
     for (const std::string& rule : expected.rules) {
         SCOPED_TRACE(rule);
-        const auto recur = platform::icalendar::parseRecur(rule);
+        const auto recur = icalendar::parseRecur(rule);
         ASSERT_TRUE(recur.has_value());
         auto times = firstOccurrences(*recur, expected.start, limit);
         EXPECT_EQ(times.size() == limit, expected.goesOn);

@@ -1,8 +1,8 @@
-#include "platform/icalendar/text/ComponentEdit.h"
+#include "icalendar/text/ComponentEdit.h"
 
 #include <gtest/gtest.h>
 
-namespace quenbrook::platform::icalendar {
+namespace quenbrook::icalendar {
 namespace {
 
 struct LineEndCase {
@@ -86,4 +86,4 @@ TEST_F(ComponentEdits, AddAPropertyBesideAComponentThatGoes) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::icalendar
+} // namespace quenbrook::icalendar

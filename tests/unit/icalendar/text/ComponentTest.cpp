@@ -1,10 +1,10 @@
-#include "platform/icalendar/text/Component.h"
+#include "icalendar/text/Component.h"
 
 #include "tests/unit/icalendar/CalendarText.h"
 
 #include <gtest/gtest.h>
 
-namespace quenbrook::platform::icalendar {
+namespace quenbrook::icalendar {
 namespace {
 
 using test::crlf;
@@ -132,4 +132,4 @@ TEST(Components, ThatAreNotProperlyNestedAreNone) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::icalendar
+} // namespace quenbrook::icalendar

@@ -1,11 +1,11 @@
-#include "platform/icalendar/text/ContentLine.h"
+#include "icalendar/text/ContentLine.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <random>
 
-namespace quenbrook::platform::icalendar {
+namespace quenbrook::icalendar {
 namespace {
 
 struct LineCase {
@@ -204,7 +204,7 @@ void expectWellFolded(const std::string& line, std::string_view lineEnd) {
     std::size_t position = 0;
     while (const auto physical = physicalLineAt(folded, position)) {
         EXPECT_LE(physical->text.size(), 75u);
-        EXPECT_EQ(continuationAt(folded, position).has_value(), position > 0);
+        EXPECT_EQ(isContinuation(folded, position), position > 0);
         const std::size_t begin = position > 0 ? 1 : 0;
         EXPECT_TRUE(physical->text.size() <= begin || !isContinuationByte(physical->text[begin]));
         EXPECT_EQ(folded.substr(position + physical->text.size(), lineEnd.size()), lineEnd);
@@ -252,7 +252,7 @@ TEST(PhysicalLines, EndWithLineFeedOrBothOrTheText) {
         const auto physical = physicalLineAt(text, position);
         ASSERT_TRUE(physical);
         EXPECT_EQ(physical->text, line);
-        EXPECT_EQ(continuationAt(text, position).has_value(), line == "\te");
+        EXPECT_EQ(isContinuation(text, position), line == "\te");
         position = physical->next;
     }
     EXPECT_FALSE(physicalLineAt(text, position));
@@ -269,4 +269,4 @@ TEST(Names, AreComparedWithoutTheCaseOfAsciiLetters) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::icalendar
+} // namespace quenbrook::icalendar

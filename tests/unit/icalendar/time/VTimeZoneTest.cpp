@@ -1,11 +1,11 @@
-#include "platform/icalendar/time/VTimeZone.h"
+#include "icalendar/time/VTimeZone.h"
 
-#include "platform/icalendar/Outline.h"
+#include "icalendar/stream/StreamScan.h"
 #include "tests/unit/icalendar/CalendarText.h"
 
 #include <gtest/gtest.h>
 
-namespace quenbrook::platform::icalendar {
+namespace quenbrook::icalendar {
 namespace {
 
 using std::chrono::days;
@@ -339,4 +339,4 @@ TEST(WrittenVTimeZones, FoldAndEscapeTheName) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::icalendar
+} // namespace quenbrook::icalendar

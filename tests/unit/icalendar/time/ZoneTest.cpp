@@ -1,7 +1,7 @@
-#include "platform/icalendar/time/Zone.h"
+#include "icalendar/time/Zone.h"
 
-#include "platform/icalendar/Outline.h"
-#include "platform/icalendar/text/Component.h"
+#include "icalendar/stream/StreamScan.h"
+#include "icalendar/text/Component.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/unit/icalendar/CalendarText.h"
 
@@ -9,7 +9,7 @@
 
 #include <vector>
 
-namespace quenbrook::platform::icalendar {
+namespace quenbrook::icalendar {
 namespace {
 
 using std::chrono::seconds;
@@ -132,9 +132,9 @@ TEST(SystemZones, ReadSkippedAndRepeatedTimes) {
 
 TEST(ZonesOfAFile, ReadSkippedAndRepeatedTimes) {
     const std::string text = test::stream(definitions);
-    const Outline outline = outlineOf(text);
-    ASSERT_EQ(outline.timeZones.size(), 4u);
-    TimeZones zones(Zone::utc(), text, outline.timeZones);
+    const StreamScan scan = scanStream(text);
+    ASSERT_EQ(scan.timeZones.size(), 4u);
+    TimeZones zones(Zone::utc(), text, scan.timeZones);
     for (const ClockCase& row : clockCases) {
         expectClock(meant(zones, "Own/" + std::string(row.zone)), row);
     }
@@ -249,8 +249,8 @@ TEST(NamesOfZones, PreferTheSystemThenTheFileThenWhatTheNameEndsIn) {
                                           test::tokyoUnderTheName("/vendor/Europe/Berlin") +
                                           test::tokyoUnderTheName("Eastern Standard Time") +
                                           brokenZones + test::tokyoUnderTheName("Semi\\;colon"));
-    const Outline outline = outlineOf(text);
-    TimeZones zones(*Zone::system("Australia/Lord_Howe"), text, outline.timeZones);
+    const StreamScan scan = scanStream(text);
+    TimeZones zones(*Zone::system("Australia/Lord_Howe"), text, scan.timeZones);
     expectSameClock(meant(zones, "Europe/Berlin"), "Europe/Berlin", "the system's");
     expectSameClock(meant(zones, "/vendor/Europe/Berlin"), "Asia/Tokyo", "the file's");
     expectSameClock(meant(zones, "Semi;colon"), "Asia/Tokyo", "the file's, escaped");
@@ -266,8 +266,8 @@ TEST(NamesOfZones, AreFoundAmongManyDefinitions) {
         lines += test::tokyoUnderTheName("Own" + std::to_string(i));
     }
     const std::string text = test::stream(lines);
-    const Outline outline = outlineOf(text);
-    TimeZones zones(*Zone::system("Australia/Lord_Howe"), text, outline.timeZones);
+    const StreamScan scan = scanStream(text);
+    TimeZones zones(*Zone::system("Australia/Lord_Howe"), text, scan.timeZones);
     for (int i = 4'000; i < 5'000; ++i) {
         const std::string number = std::to_string(i);
         expectSameClock(meant(zones, "Own" + number), "Asia/Tokyo", number);
@@ -346,4 +346,4 @@ TEST(SystemZones, WithoutChangesTellNone) {
 }
 
 } // namespace
-} // namespace quenbrook::platform::icalendar
+} // namespace quenbrook::icalendar

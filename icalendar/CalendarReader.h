@@ -1,0 +1,72 @@
+#pragma once
+
+#include "model/Event.h"
+#include "model/Instant.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// What a store asks of the text of one calendar file (an iCalendar stream, RFC 5545 section 3.4).
+//
+// The text is any bytes, with CRLF or LF at the ends of its lines. Anything broken in it is passed
+// over and the rest is reported: nothing here is an error, and only a lack of memory throws
+// (std::bad_alloc). What a hostile text may cost is bounded (docs/embedded-store.md). Answers are
+// values that hold no view of the text; their texts are valid UTF-8. Floating times and dates are
+// read in the machine's zone of the moment. Functions that are const or free may run in several
+// threads at once.
+namespace quenbrook::icalendar {
+
+// What names one event of a file, or one instance of a series.
+struct EventKey {
+    // Decoded; unique within a calendar, as a rule. Empty when the event has none: then nothing
+    // finds it or changes it by this key.
+    std::string uid;
+    // Where the recurrence set has the instance, even when it was moved; absent for an event that
+    // does not recur.
+    std::optional<std::chrono::sys_seconds> originalStart;
+};
+
+struct FoundEvent {
+    EventKey key;
+    // Without identifier, calendar and handle, which are the store's to set.
+    model::Event event;
+};
+
+// One of the instances that a component describes: the event, and what this instance has of its
+// own.
+struct FoundInstance {
+    // Shared by the instances next to each other that are alike but for what follows; its times
+    // are those of the first.
+    std::shared_ptr<FoundEvent> event;
+    std::optional<std::chrono::sys_seconds> originalStart;
+    model::Instant start;
+    model::Instant end;
+};
+
+// The instances of a range, asked of many files. Files and events whose dates lie elsewhere are
+// not parsed, so that asking all files of a calendar is cheap.
+class RangeQuery {
+  public:
+    // The range as CalendarStore::events has it: what starts before `until` and ends after `from`,
+    // or has no length and starts in between.
+    RangeQuery(model::Instant from, model::Instant until);
+
+    // In no particular order.
+    std::vector<FoundInstance> instancesIn(std::string_view text) const;
+    // As above; every instance of a series is an event of its own.
+    std::vector<FoundEvent> eventsIn(std::string_view text) const;
+
+  private:
+    model::Instant from_;
+    model::Instant until_;
+};
+
+// The event of this UID: of a series, its first instance that still stands, in the order of
+// original starts. Returns nullopt when there is none (any more), and for an empty UID.
+std::optional<FoundEvent> findEvent(std::string_view text, std::string_view uid);
+
+} // namespace quenbrook::icalendar

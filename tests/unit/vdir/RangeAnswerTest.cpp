@@ -1,0 +1,100 @@
+#include "stores/vdir/RangeAnswer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace quenbrook::stores::vdir {
+namespace {
+
+using icalendar::FoundInstance;
+
+// As many occurrences of each of two events.
+std::vector<FoundInstance> occurrences(std::size_t count) {
+    std::vector<FoundInstance> all;
+    for (const char* uid : {"a", "b"}) {
+        const auto event = std::make_shared<icalendar::FoundEvent>();
+        event->key.uid = uid;
+        for (std::size_t i = 0; i < count; ++i) {
+            all.push_back({event, {}, {}, {}});
+        }
+    }
+    return all;
+}
+
+// What two events of so many occurrences add.
+std::size_t added(std::size_t count) {
+    return 2 * (count - 1) * 256;
+}
+
+std::vector<std::size_t> taken(RangeAnswer& answer) {
+    std::vector<std::size_t> sizes;
+    for (const auto& [key, file] : answer.take()) {
+        sizes.push_back(file.size());
+    }
+    return sizes;
+}
+
+TEST(RangeAnswers, HoldEverythingWithinTheLimit) {
+    RangeAnswer answer(added(10) + added(20));
+    answer.add({0, "b"}, occurrences(20));
+    answer.add({0, "a"}, occurrences(10));
+    answer.add({0, "c"}, {});
+    EXPECT_EQ(taken(answer), (std::vector<std::size_t>{20, 40}));
+}
+
+TEST(RangeAnswers, HoldOneOccurrenceOfEachEventBeyondTheLimit) {
+    RangeAnswer answer(added(10) + added(20) - 1);
+    answer.add({0, "b"}, occurrences(20));
+    answer.add({0, "a"}, occurrences(10));
+    answer.add({1, "a"}, occurrences(2));
+    EXPECT_EQ(taken(answer), (std::vector<std::size_t>{20, 2, 2}));
+}
+
+TEST(RangeAnswers, CountNoFirstOccurrences) {
+    RangeAnswer answer(0);
+    for (int i = 0; i < 100; ++i) {
+        answer.add({0, std::to_string(i)}, occurrences(1));
+    }
+    EXPECT_EQ(taken(answer), std::vector<std::size_t>(100, 2));
+}
+
+TEST(RangeAnswers, DoNotDependOnTheOrderInWhichFilesCome) {
+    std::mt19937 chance(5);
+    const auto below = [&](std::size_t end) {
+        return std::uniform_int_distribution<std::size_t>(0, end - 1)(chance);
+    };
+    for (int round = 0; round < 200; ++round) {
+        std::vector<std::pair<FileKey, std::size_t>> files;
+        for (std::size_t i = 0; i < 1 + below(12); ++i) {
+            files.push_back({{below(3), std::to_string(i)}, 1 + below(20)});
+        }
+        const std::size_t limit = below(added(60));
+        std::vector<std::size_t> expected;
+        for (int order = 0; order < 5; ++order) {
+            std::shuffle(files.begin(), files.end(), chance);
+            RangeAnswer answer(limit);
+            for (const auto& [key, count] : files) {
+                answer.add(key, occurrences(count));
+            }
+            const std::vector<std::size_t> sizes = taken(answer);
+            expected = order == 0 ? sizes : expected;
+            EXPECT_EQ(sizes, expected);
+        }
+    }
+}
+
+TEST(RangeAnswers, ForgetFilesThatAreGone) {
+    RangeAnswer answer(added(10));
+    answer.add({0, "a"}, occurrences(10));
+    answer.remove({0, "a"});
+    answer.remove({0, "none"});
+    answer.add({0, "b"}, occurrences(10));
+    EXPECT_EQ(taken(answer), std::vector<std::size_t>{20});
+}
+
+} // namespace
+} // namespace quenbrook::stores::vdir
