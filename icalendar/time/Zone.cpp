@@ -90,7 +90,7 @@ Zone Zone::utc() {
 }
 
 Zone Zone::fixed(seconds offset) {
-    return Zone(absl::FixedTimeZone(static_cast<int>(offset.count())));
+    return fromTable(std::make_shared<const OffsetTable>(OffsetTable{offset, {}}));
 }
 
 std::optional<Zone> Zone::system(std::string_view name) {
