@@ -1,11 +1,15 @@
 #include "files/Directory.h"
 
+#include "files/NameWatch.h"
 #include "files/SystemCall.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <map>
 #include <memory>
+#include <set>
+#include <utility>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -18,8 +22,8 @@ using Nanoseconds = std::chrono::nanoseconds;
 
 constexpr int directoryFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
-// How many listings in a row must add no name where there is no snapshot to be had, and how many
-// there are at most beside a program that never stops making names.
+// How many listings in a row must add no name where nothing else tells that none is missing, and
+// how many there are at most beside a program that never stops making names.
 constexpr int idleListings = 4;
 constexpr int mostListings = 200;
 
@@ -35,10 +39,10 @@ DirectoryEntry::Kind kindOf(mode_t mode) {
     return S_ISDIR(mode) ? DirectoryEntry::Kind::directory : DirectoryEntry::Kind::other;
 }
 
-std::optional<mode_t> modeOf(int directory, const char* name, int flags) {
+std::optional<struct stat> statusOf(int directory, const char* name, int flags) {
     struct stat status = {};
     if (retryOnEintr([&] { return ::fstatat(directory, name, &status, flags); }) == 0) {
-        return status.st_mode;
+        return status;
     }
     if (!isAnswer(errno)) {
         throwSystemError("fstatat");
@@ -46,20 +50,25 @@ std::optional<mode_t> modeOf(int directory, const char* name, int flags) {
     return std::nullopt;
 }
 
-DirectoryEntry entryOf(int directory, const dirent& item) {
-    if (item.d_type == DT_REG) {
-        return {item.d_name, DirectoryEntry::Kind::file, false};
+// Of a name whose type is known, or else DT_UNKNOWN.
+DirectoryEntry entryOf(int directory, const char* name, unsigned char type) {
+    if (type == DT_REG) {
+        return {name, DirectoryEntry::Kind::file, false};
     }
-    if (item.d_type == DT_DIR) {
-        return {item.d_name, DirectoryEntry::Kind::directory, false};
+    if (type == DT_DIR) {
+        return {name, DirectoryEntry::Kind::directory, false};
     }
-    if (item.d_type != DT_LNK && item.d_type != DT_UNKNOWN) {
-        return {item.d_name, DirectoryEntry::Kind::other, false};
+    if (type != DT_LNK && type != DT_UNKNOWN) {
+        return {name, DirectoryEntry::Kind::other, false};
     }
-    const auto link = modeOf(directory, item.d_name, AT_SYMLINK_NOFOLLOW);
-    const auto target = link ? modeOf(directory, item.d_name, 0) : std::nullopt;
-    return {item.d_name, target ? kindOf(*target) : DirectoryEntry::Kind::other,
-        item.d_type == DT_LNK || (link && S_ISLNK(*link))};
+    const auto link = statusOf(directory, name, AT_SYMLINK_NOFOLLOW);
+    const auto target = link ? statusOf(directory, name, 0) : std::nullopt;
+    return {name, target ? kindOf(target->st_mode) : DirectoryEntry::Kind::other,
+        type == DT_LNK || (link && S_ISLNK(link->st_mode))};
+}
+
+bool isHidden(const char* name) {
+    return name[0] == '.';
 }
 
 // Returns null at the end.
@@ -101,7 +110,10 @@ bool comesBefore(const DirectoryEntry& left, const DirectoryEntry& right) {
 
 // Adds the entries whose names are not there yet; those that are there are told by the newer.
 std::vector<DirectoryEntry> united(
-    std::vector<DirectoryEntry> newer, const std::vector<DirectoryEntry>& older) {
+    std::vector<DirectoryEntry> newer, std::vector<DirectoryEntry> older) {
+    if (newer.empty() || older.empty()) {
+        return newer.empty() ? std::move(older) : std::move(newer);
+    }
     newer.insert(newer.end(), older.begin(), older.end());
     std::stable_sort(newer.begin(), newer.end(), comesBefore);
     const auto isSameName = [](const DirectoryEntry& left, const DirectoryEntry& right) {
@@ -111,10 +123,34 @@ std::vector<DirectoryEntry> united(
     return newer;
 }
 
-// Whether a name is there no more.
-bool isGone(int directory, const std::vector<DirectoryEntry>& entries) {
-    return std::any_of(entries.begin(), entries.end(), [&](const DirectoryEntry& entry) {
-        return !modeOf(directory, entry.name.c_str(), AT_SYMLINK_NOFOLLOW) && errno == ENOENT;
+std::vector<DirectoryEntry> listed(const Directory& directory) {
+    std::vector<DirectoryEntry> entries;
+    directory.forEachEntry([&](DirectoryEntry entry) {
+        entries.push_back(std::move(entry));
+        return true;
+    });
+    return entries;
+}
+
+std::vector<DirectoryEntry> entriesOf(int directory, const std::set<std::string>& names) {
+    std::vector<DirectoryEntry> entries;
+    for (const std::string& name : names) {
+        if (!isHidden(name.c_str())) {
+            entries.push_back(entryOf(directory, name.c_str(), DT_UNKNOWN));
+        }
+    }
+    return entries;
+}
+
+// Whether each name is still there, and none of them is what another one was before it was renamed.
+bool areAllThere(int directory, const std::vector<DirectoryEntry>& entries) {
+    std::map<std::pair<dev_t, ino_t>, nlink_t> names;
+    return std::all_of(entries.begin(), entries.end(), [&](const DirectoryEntry& entry) {
+        const auto status = statusOf(directory, entry.name.c_str(), AT_SYMLINK_NOFOLLOW);
+        if (!status) {
+            return errno != ENOENT;
+        }
+        return ++names[{status->st_dev, status->st_ino}] <= std::max<nlink_t>(status->st_nlink, 1);
     });
 }
 
@@ -153,39 +189,46 @@ void Directory::forEachEntry(const std::function<bool(DirectoryEntry entry)>& ta
     own.release();
     bool isWanted = true;
     while (const dirent* const item = isWanted ? nextItem(stream.get()) : nullptr) {
-        isWanted = item->d_name[0] == '.' || take(entryOf(descriptor(), *item));
+        isWanted =
+            isHidden(item->d_name) || take(entryOf(descriptor(), item->d_name, item->d_type));
     }
 }
 
 // On some file systems (btrfs, tmpfs) a name that is changed moves behind, or in front of, a
 // listing that is under way.
 Listing Directory::list() const {
+    const Nanoseconds changed = changeTime(descriptor());
+    const bool isTold = !isRecent(changed);
+    // Made only beside a writer: its end takes milliseconds.
+    std::optional<NameWatch> watch;
     std::vector<DirectoryEntry> all;
     int idle = 0;
-    for (int i = 0; i < mostListings && idle < idleListings; ++i) {
-        std::vector<DirectoryEntry> listed;
-        const Nanoseconds before = changeTime(descriptor());
-        const bool isTold = !isRecent(before);
-        forEachEntry([&](DirectoryEntry entry) {
-            listed.push_back(std::move(entry));
-            return true;
-        });
-        if (isTold && changeTime(descriptor()) == before) {
-            return {std::move(listed), true};
-        }
+    for (int i = 0; i < mostListings; ++i) {
         const std::size_t known = all.size();
-        all = united(std::move(listed), all);
-        idle = i > 0 && all.size() == known ? idle + 1 : 0;
-        if (idle == idleListings && isGone(descriptor(), all)) {
+        all = united(listed(*this), std::move(all));
+        idle = all.size() == known ? idle + 1 : 0;
+        const bool isUnchanged = changeTime(descriptor()) == changed;
+        if (isUnchanged && isTold) {
+            return {std::move(all), true};
+        }
+        if (!isUnchanged && !watch) {
+            watch.emplace(descriptor());
+            continue;
+        }
+        const auto newNames = watch ? watch->newNames() : std::nullopt;
+        if (newNames) {
+            all = united(entriesOf(descriptor(), *newNames), std::move(all));
+        }
+        if (newNames || idle == idleListings) {
+            if (areAllThere(descriptor(), all)) {
+                return {std::move(all), false};
+            }
             all.clear();
             idle = 0;
         }
     }
     // What is being moved all the time is nowhere for sure.
-    if (idle < idleListings && isGone(descriptor(), all)) {
-        throw std::system_error(std::make_error_code(std::errc::device_or_resource_busy));
-    }
-    return {std::move(all), false};
+    throw std::system_error(std::make_error_code(std::errc::device_or_resource_busy));
 }
 
 bool Directory::isWritable() const {

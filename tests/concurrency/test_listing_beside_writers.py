@@ -13,27 +13,29 @@ from processes import YEAR, QuenbrookTest, Run, calendar_text, event
 from quenbrook import PROGRAM
 
 COUNT = 1_500
-LISTINGS = 40
+LISTINGS = 30
 
 # In memory, where Linux has that: there entries move.
 MEMORY = pathlib.Path("/dev/shm")
 
 
 class ListingBesideWriters(QuenbrookTest):
+    def folder(self):
+        return MEMORY if MEMORY.is_dir() else None
+
     def setUp(self):
         super().setUp()
-        place = tempfile.mkdtemp(dir=MEMORY if MEMORY.is_dir() else None)
+        place = tempfile.mkdtemp(dir=self.folder())
         self.addCleanup(shutil.rmtree, place)
-        self.memory = pathlib.Path(place)
-        self.work = self.memory / "quenbrook" / "calendars" / "work"
+        self.data = pathlib.Path(place)
+        self.work = self.data / "quenbrook" / "calendars" / "work"
         self.work.mkdir(parents=True)
         for number in range(COUNT):
             (self.work / f"{number:04}.ics").write_text(self.text(number), newline="")
         self.is_over = threading.Event()
 
     def environment(self, **changes):
-        return super().environment(**{"XDG_DATA_HOME": str(getattr(self, "memory", "/nowhere")),
-                                      **changes})
+        return super().environment(**{"XDG_DATA_HOME": str(self.data), **changes})
 
     def text(self, number):
         return calendar_text(event("DTSTART:20260105T100000Z", f"SUMMARY:{number}",
@@ -96,6 +98,30 @@ class ListingBesideWriters(QuenbrookTest):
     def test_while_another_program_moves_one_all_the_time(self):
         """Where it never comes to rest there may be no answer, but never a wrong one."""
         self.assert_all_listed(self.move, least=0)
+
+
+def mount_btrfs(folder):
+    """Whether root may, and the system knows it."""
+    image = folder / "image"
+    with open(image, "wb") as file:
+        file.truncate(200 << 20)
+    (folder / "mounted").mkdir()
+    return all(subprocess.run(command, capture_output=True, check=False).returncode == 0
+               for command in (["/sbin/mkfs.btrfs", "-q", image],
+                               ["mount", "-o", "loop", image, folder / "mounted"]))
+
+
+class ListingOnBtrfs(ListingBesideWriters):
+    """There an entry that is moved is always behind the listing. Where nothing may be mounted this is
+    one more run in memory."""
+
+    def folder(self):
+        place = pathlib.Path(tempfile.mkdtemp())
+        self.addCleanup(shutil.rmtree, place)
+        if not mount_btrfs(place):
+            return super().folder()
+        self.addCleanup(subprocess.run, ["umount", place / "mounted"], check=True)
+        return place / "mounted"
 
 
 if __name__ == "__main__":

@@ -83,14 +83,17 @@ TEST(Directories, EndTheirListingWhenNoMoreIsWanted) {
     EXPECT_EQ(taken, 3);
 }
 
+// On a file system in memory entries move behind a listing that is under way.
+std::string memory() {
+    const char* const memory = "/dev/shm";
+    return std::filesystem::is_directory(memory) ? memory
+                                                 : std::filesystem::temp_directory_path().string();
+}
+
 // While others exchange them all the time, none is missing and none comes twice.
 TEST(Directories, ListWhatIsBeingExchanged) {
     constexpr int count = 1'500;
-    // On a file system in memory entries move behind a listing that is under way.
-    const char* const memory = "/dev/shm";
-    const support::ScopedVariable place("TMPDIR",
-        std::filesystem::is_directory(memory) ? memory
-                                              : std::filesystem::temp_directory_path().string());
+    const support::ScopedVariable place("TMPDIR", memory());
     const test::Files files;
     for (int i = 0; i < count; ++i) {
         files.write(std::to_string(i) + ".ics", "");
@@ -114,6 +117,31 @@ TEST(Directories, ListWhatIsBeingExchanged) {
     }
     isOver = true;
     writer.join();
+}
+
+// It is told under one of its names, or the directory is too busy to be listed.
+TEST(Directories, NeverListTwiceWhatIsMovedAllTheTime) {
+    const support::ScopedVariable place("TMPDIR", memory());
+    const test::Files files;
+    files.write("here.ics", "");
+    const Directory directory = files.open();
+    std::atomic<bool> isOver = false;
+    std::thread mover([&] {
+        const int folder = directory.descriptor();
+        while (!isOver) {
+            ::renameat(folder, "here.ics", folder, "there.ics");
+            ::renameat(folder, "there.ics", folder, "here.ics");
+        }
+    });
+    for (int round = 0; round < 200; ++round) {
+        try {
+            EXPECT_EQ(directory.list().entries.size(), 1u);
+        } catch (const std::system_error& error) {
+            EXPECT_EQ(error.code(), std::errc::device_or_resource_busy);
+        }
+    }
+    isOver = true;
+    mover.join();
 }
 
 TEST(Directories, AreEmptyOnceTheyAreRemoved) {
