@@ -383,8 +383,7 @@ class VdirStore : public CalendarStore {
                 return SearchResult{std::move(*found), likely.name};
             }
         }
-        std::optional<files::Directory> own = directory.openDirectory(".");
-        return own ? searchInAll(*own, uid) : std::nullopt;
+        return searchInAll(directory, uid);
     }
 
     // What the first file by name has that has it.
