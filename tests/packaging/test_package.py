@@ -209,6 +209,30 @@ class Package(InRoot):
             self.installed(f"usr/share/doc/quenbrook/docs/words/{word}.md")
             self.installed(f"usr/share/doc/quenbrook/docs/schemas/{word}.answer.json")
 
+    def test_what_the_pages_link_to_is_there(self):
+        for package in PROGRAMS:
+            self.root.install(package)
+            top = self.root.path / "usr/share/doc" / package
+            pages = list(top.rglob("*.md"))
+            self.assertGreater(len(pages), len(WORDS))
+            for page in pages:
+                for link in re.findall(r"\]\(([^)#:]+)[)#]", page.read_text()):
+                    self.assertTrue((page.parent / link).exists(), f"{page}: {link}")
+
+    def test_the_clients_are_there_and_work(self):
+        clients = self.root.path / "usr/share/doc/quenbrook/clients"
+        self.assertEqual(
+            sorted(str(path.relative_to(clients)) for path in clients.rglob("*") if path.is_file()),
+            ["node/package.json", "node/quenbrook.d.ts", "node/quenbrook.mjs",
+             "python/pyproject.toml", "python/quenbrook.py"])
+        answer = subprocess.run(
+            ["python3", "-B", "-c", "import quenbrook, sys; "
+             "print([each['id'] for each in quenbrook.Quenbrook(sys.argv[1]).list_calendars()])",
+             self.root.found("usr/bin/quenbrook")],
+            check=False, capture_output=True, text=True,
+            env={"HOME": str(self.root.path), "PYTHONPATH": clients / "python"})
+        self.assertEqual(answer.stdout, "['local/calendar']\n", answer.stderr)
+
     def test_bash_completes_the_words_of_each_name(self):
         for name in ("quenbrook", "quenbrook-vdir"):
             script = self.installed(f"usr/share/bash-completion/completions/{name}")
