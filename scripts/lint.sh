@@ -1,5 +1,6 @@
 #!/bin/bash
-# Checks what no compiler does: format, layering, scripts, static analysis. Needs build/dev.
+# Checks what no compiler does: format, layering, scripts, static analysis. Needs build/dev to be
+# configured.
 set -u
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
