@@ -28,6 +28,9 @@ void EventFiles::list() {
     isSnapshot_ = listing.isSnapshot;
     unread_ = std::move(listing.entries);
     std::erase_if(unread_, [](const files::DirectoryEntry& entry) { return !isEventFile(entry); });
+}
+
+void EventFiles::sort() {
     std::sort(unread_.begin(), unread_.end(),
         [](const files::DirectoryEntry& left, const files::DirectoryEntry& right) {
             return left.name < right.name;

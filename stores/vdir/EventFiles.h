@@ -20,9 +20,12 @@ bool isEventFile(const files::DirectoryEntry& entry);
 // The event files of one directory on the way to being read, while other programs may rename them.
 class EventFiles {
   public:
-    // Lists them, ordered by name. The directory must outlive this. Throws std::system_error when
-    // they cannot be listed.
+    // Lists them. The directory must outlive this. Throws std::system_error when they cannot be
+    // listed.
     explicit EventFiles(const files::Directory& directory);
+
+    // Puts those that are to be read now into the order of their names.
+    void sort();
 
     const files::Directory& directory() const { return *directory_; }
 

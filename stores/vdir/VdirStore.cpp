@@ -360,8 +360,10 @@ class VdirStore : public CalendarStore {
             directories, threads_,
             [&](std::size_t directory, const std::string& name, std::string_view text) {
                 auto occurrences = query.instancesIn(text);
-                const std::lock_guard lock(finding);
-                answer.add({numbers[directory], name}, std::move(occurrences));
+                if (!occurrences.empty()) {
+                    const std::lock_guard lock(finding);
+                    answer.add({numbers[directory], name}, std::move(occurrences));
+                }
                 return true;
             },
             [&](std::size_t directory, const std::string& name) {
@@ -390,6 +392,7 @@ class VdirStore : public CalendarStore {
     std::optional<SearchResult> searchInAll(
         const files::Directory& directory, std::string_view uid) const {
         EventFiles files(directory);
+        files.sort();
         std::mutex finding;
         std::map<std::string, icalendar::FoundEvent> found;
         readEventFiles(
