@@ -158,6 +158,17 @@ TEST(RecurrenceExpansion, AHostileSkipEndsAtTheWorkLimit) {
     EXPECT_LE(expansion.work(), RecurrenceExpansion::workLimit + stepsOfAPeriod);
 }
 
+TEST(RecurrenceExpansion, CountsEveryDayThatItLooksAt) {
+    for (const char* rule : {"FREQ=DAILY;BYMONTH=2;BYMONTHDAY=30",
+             "FREQ=HOURLY;BYMONTH=4;BYMONTHDAY=31", "FREQ=MONTHLY;BYMONTH=2;BYMONTHDAY=30"}) {
+        auto expansion = expansionOf(rule, "2001-01-01 00:00:00");
+        expansion.endBefore(wallClock("2401-01-01 00:00:00"));
+        EXPECT_EQ(nextOf(expansion), "2001-01-01 00:00:00") << rule;
+        EXPECT_EQ(nextOf(expansion), "none") << rule;
+        EXPECT_GE(expansion.work(), 400 * 28) << rule;
+    }
+}
+
 TEST(RecurrenceExpansion, EndsWhenItsBudgetIsSpent) {
     WorkBudget budget(1'000);
     auto endless = expansionOf("FREQ=SECONDLY", "2024-01-01 09:00:00");

@@ -345,5 +345,18 @@ TEST(SystemZones, WithoutChangesTellNone) {
     EXPECT_FALSE(Zone::system("Asia/Kolkata")->changeAfter(at("2026-06-01T00:00:00Z")));
 }
 
+TEST(ZonesOfFiles, TellTheChangesOfTheirTable) {
+    const OffsetChange spring{at("2026-03-29T01:00:00Z"), seconds(3'600), seconds(7'200)};
+    const OffsetChange autumn{at("2026-10-25T01:00:00Z"), seconds(7'200), seconds(3'600)};
+    const Zone zone = Zone::fromTable(
+        std::make_shared<const OffsetTable>(OffsetTable{seconds(3'600), {spring, autumn}}));
+    EXPECT_FALSE(zone.changeUpTo(spring.at - seconds(1)));
+    EXPECT_EQ(zone.changeUpTo(spring.at)->at, spring.at);
+    EXPECT_EQ(zone.changeUpTo(autumn.at - seconds(1))->at, spring.at);
+    EXPECT_EQ(zone.changeAfter(spring.at - seconds(1))->at, spring.at);
+    EXPECT_EQ(zone.changeAfter(spring.at)->at, autumn.at);
+    EXPECT_FALSE(zone.changeAfter(autumn.at));
+}
+
 } // namespace
 } // namespace quenbrook::icalendar
