@@ -68,16 +68,18 @@ makeRoot() {
         printf 'Acquire::http::Proxy "%s";\n' "$http_proxy" >"$machine/etc/apt/apt.conf.d/90proxy"
 }
 
-# inRoot USER FOLDER COMMAND…: runs a command there, after a login.
+# inRoot USER FOLDER COMMAND…: runs a command there, after a login. It is the whole machine to that command: in
+# a chroot nobody may have a user namespace.
 inRoot() {
     local command
     printf -v command '%q ' "${@:3}"
     # shellcheck disable=SC2016
     apart bash -c '
         root=$1
-        mount -t proc proc "$root/proc" && mount -t sysfs -o ro sysfs "$root/sys" &&
+        mount --bind "$root" "$root" && mount -t proc proc "$root/proc" && mount -t sysfs -o ro sysfs "$root/sys" &&
             mount -t devpts -o newinstance,gid=5,mode=620,ptmxmode=666 devpts "$root/dev/pts" &&
-            mount -t tmpfs -o mode=1777 tmpfs "$root/dev/shm" || exit
-        exec chroot "$root" env -i TERM=dumb su --login "$2" --command "$3"' inRoot "$machine" "$1" \
+            mount -t tmpfs -o mode=1777 tmpfs "$root/dev/shm" &&
+            cd "$root" && pivot_root . mnt && umount -l /mnt || exit
+        exec env -i TERM=dumb su --login "$2" --command "$3"' inRoot "$machine" "$1" \
         "cd $(printf %q "$2") && exec $command"
 }

@@ -123,6 +123,13 @@ class QuenbrookTest(unittest.TestCase):
         values.update(changes)
         return {name: value for name, value in values.items() if value is not None}
 
+    @staticmethod
+    def preloaded():
+        """What has the program load the library of the file calls first. Its path may have blanks, where
+        LD_PRELOAD ends a name."""
+        folder, name = os.path.split(os.environ["QUENBROOK_FILE_CALLS"])
+        return {"LD_PRELOAD": name, "LD_LIBRARY_PATH": folder}
+
     def run_program(self, *arguments, request=b"", env=None, **options):
         if isinstance(request, (dict, list)):
             request = json.dumps(request).encode()

@@ -33,7 +33,7 @@ class PausingTest(QuenbrookTest):
             stdin.seek(0)
             process = subprocess.Popen(
                 [PROGRAM, word], stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                env=self.environment(LD_PRELOAD=os.environ["QUENBROOK_FILE_CALLS"], **variables))
+                env=self.environment(**self.preloaded(), **variables))
         self.addCleanup(process.kill)
         return process
 

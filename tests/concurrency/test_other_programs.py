@@ -90,8 +90,7 @@ class OtherPrograms(PausingTest):
                 ("cancel-event", {"id": "work:one"}, REMOVE_FAILED)):
             with self.subTest(word):
                 result = self.run_program(word, request=request, env={
-                    "LD_PRELOAD": os.environ["QUENBROOK_FILE_CALLS"],
-                    "QUENBROOK_RESTLESS_INODES": "1"})
+                    **self.preloaded(), "QUENBROOK_RESTLESS_INODES": "1"})
                 self.assertEqual((result.status, result.out), (1, b""))
                 self.assertIn(code.encode(), result.err)
                 self.assertEqual([path.name for path in self.path.parent.iterdir()], ["one.ics"])

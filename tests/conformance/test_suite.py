@@ -20,7 +20,7 @@ RUN = pathlib.Path(__file__).resolve().parent / "run"
 
 # Runs the word that the fault is of, and lets every other one through.
 BETWEEN = """#!/bin/sh
-[ "$1" = {word} ] || exec {program} "$@"
+[ "$1" = {word} ] || exec "{program}" "$@"
 exec {python} -SE -c '
 import json, subprocess, sys, time
 request = sys.stdin.buffer.read()

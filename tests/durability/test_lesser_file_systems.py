@@ -22,8 +22,7 @@ class LesserFileSystems(WritersTest):
     def run_without(self, word, request, calls, **variables):
         failing = " ".join(f"{call}={number}" for call, number in calls.items())
         return self.run_program(word, request=request, env={
-            "LD_PRELOAD": os.environ["QUENBROOK_FILE_CALLS"], "QUENBROOK_FAIL": failing,
-            **variables})
+            **self.preloaded(), "QUENBROOK_FAIL": failing, **variables})
 
     def assert_all_done_without(self, calls):
         for write in WRITES:

@@ -1,6 +1,5 @@
 """A file system may take fewer bytes than it is given."""
 
-import os
 import unittest
 
 from tracing import traced
@@ -17,7 +16,7 @@ class ShortWrites(WritersTest):
                 with self.subTest(write=write.name, limit=limit):
                     self.lay_out()
                     result, calls = traced(self, write.word, write.request, variables=[
-                        f"LD_PRELOAD={os.environ['QUENBROOK_FILE_CALLS']}",
+                        *(f"{name}={value}" for name, value in self.preloaded().items()),
                         f"QUENBROOK_WRITE_LIMIT={limit}"])
                     self.assert_success_told(write, result)
                     self.assertEqual(self.outcome(write), "new")
