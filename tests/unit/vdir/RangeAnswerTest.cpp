@@ -62,6 +62,19 @@ TEST(RangeAnswers, CountNoFirstOccurrences) {
     EXPECT_EQ(taken(answer), std::vector<std::size_t>(100, 2));
 }
 
+TEST(RangeAnswers, CountTheTextsAndParticipantsOfAnEvent) {
+    const auto crowded = std::make_shared<icalendar::FoundEvent>();
+    crowded->event.title = std::string(10, 't');
+    crowded->event.participants = {{.url = std::string(20, 'u'), .name = std::string(30, 'n')}, {}};
+    crowded->event.recurrenceRules.resize(1);
+    const std::size_t size = 256 * 4 + 10 + 20 + 30;
+    for (const auto& [limit, left] : {std::pair(size, 2u), std::pair(size - 1, 1u)}) {
+        RangeAnswer answer(limit);
+        answer.add({0, "a"}, {{crowded, {}, {}, {}}, {crowded, {}, {}, {}}});
+        EXPECT_EQ(taken(answer), std::vector<std::size_t>{left});
+    }
+}
+
 TEST(RangeAnswers, DoNotDependOnTheOrderInWhichFilesCome) {
     std::mt19937 chance(5);
     const auto below = [&](std::size_t end) {
