@@ -139,14 +139,17 @@ class EvolutionStore : public CalendarStore {
     void forEachEvent(model::Instant start, model::Instant end,
         std::optional<std::span<const model::Calendar>> calendars,
         const std::function<void(model::Event)>& take) override {
-        std::vector<std::unique_ptr<RangeReading>> readings;
-        std::vector<Undertaking> undertakings;
-        for (FactoryCalendar* calendar : wanted(calendars)) {
-            readings.push_back(std::make_unique<RangeReading>(*calendar, start, end));
-            const RangeReading* reading = readings.back().get();
-            undertakings.push_back({calendar, [reading] { return reading->isDone(); }});
+        auto readings = read(wanted(calendars), start, end);
+        for (auto& reading : readings) {
+            FactoryCalendar& calendar = reading->calendar();
+            if (!calendar.source().isBirthdays || !reading->isEmpty() || reading->error()) {
+                continue;
+            }
+            if (!session().awaitBirthdays(calendar) && calendars) {
+                throw BusError(DBUS_ERROR_TIMEOUT);
+            }
+            reading = std::move(read({&calendar}, start, end).front());
         }
-        session().wait(undertakings);
         std::vector<model::Event> found;
         for (const auto& reading : readings) {
             const FactoryCalendar& calendar = reading->calendar();
@@ -256,6 +259,20 @@ class EvolutionStore : public CalendarStore {
         return found;
     }
 
+    // Reads them at once. What is returned must not outlive the session.
+    std::vector<std::unique_ptr<RangeReading>> read(
+        const std::vector<FactoryCalendar*>& calendars, model::Instant start, model::Instant end) {
+        std::vector<std::unique_ptr<RangeReading>> readings;
+        std::vector<Undertaking> undertakings;
+        for (FactoryCalendar* calendar : calendars) {
+            readings.push_back(std::make_unique<RangeReading>(*calendar, start, end));
+            const RangeReading* reading = readings.back().get();
+            undertakings.push_back({calendar, [reading] { return reading->isDone(); }});
+        }
+        session().wait(undertakings);
+        return readings;
+    }
+
     // One that cannot be opened is still a calendar; but of a service that died nobody knows what
     // it would have told.
     static void checkOpened(const FactoryCalendar& calendar) {
@@ -291,8 +308,17 @@ class EvolutionStore : public CalendarStore {
             throw BusError(*calendar.error());
         }
         TimeBudget& budget = session().readingBudget(calendar);
-        const auto series =
-            budget.spend([&] { return SeriesText::read(calendar, uid, budget.deadline()); });
+        const auto read = [&] {
+            return budget.spend([&] { return SeriesText::read(calendar, uid, budget.deadline()); });
+        };
+        auto series = read();
+        if (!series && calendar.source().isBirthdays) {
+            const bool areThere = session().awaitBirthdays(calendar);
+            series = read();
+            if (!series && !areThere) {
+                throw BusError(DBUS_ERROR_TIMEOUT);
+            }
+        }
         auto found = series ? icalendar::findEvent(series->stream(), uid) : std::nullopt;
         return found ? std::optional(completed(std::move(*found), calendar)) : std::nullopt;
     }

@@ -97,7 +97,9 @@ void RangeReading::takeAnswer(Query& query, Outcome outcome) {
 
 void RangeReading::takeAll() {
     const bool areBirthdays = calendar_.source().isBirthdays;
+    isEmpty_ = true;
     const auto add = [&](std::string_view each) {
+        isEmpty_ = false;
         if (areBirthdays) {
             components_.add(icalendar::withYearlyRulesInMonthOfStart(each));
         } else {

@@ -30,6 +30,9 @@ class RangeReading {
     // When it is done: what was found. Empty after an error.
     std::vector<icalendar::FoundEvent>& events() { return events_; }
 
+    // Whether the service had nothing at all to say of the range, of events that recur neither.
+    bool isEmpty() const { return isEmpty_; }
+
   private:
     struct Query {
         std::string text;
@@ -64,6 +67,7 @@ class RangeReading {
     std::vector<PendingCall> zones_;
     std::vector<icalendar::FoundEvent> events_;
     std::optional<BusError> error_;
+    bool isEmpty_ = true;
     bool isDone_ = false;
 };
 

@@ -13,6 +13,7 @@ struct Versioned {
 };
 constexpr Versioned registryService{"org.gnome.evolution.dataserver.Sources", 5};
 constexpr Versioned calendarService{"org.gnome.evolution.dataserver.Calendar", 8};
+constexpr Versioned addressBookService{"org.gnome.evolution.dataserver.AddressBook", 10};
 
 std::optional<unsigned> versionOf(std::string_view name, std::string_view prefix) {
     if (!name.starts_with(prefix)) {
@@ -46,7 +47,8 @@ std::optional<Services> findServices(std::span<const std::string> names) {
     if (!foundRegistry || !foundFactory) {
         return std::nullopt;
     }
-    return Services{std::move(*foundRegistry), std::move(*foundFactory)};
+    return Services{
+        std::move(*foundRegistry), std::move(*foundFactory), find(names, addressBookService)};
 }
 
 } // namespace quenbrook::stores::evolution

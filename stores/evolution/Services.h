@@ -11,10 +11,13 @@ namespace quenbrook::stores::evolution {
 struct Services {
     std::string registry;
     std::string factory;
+    // What knows the contacts. Nullopt when there is none.
+    std::optional<std::string> addressBooks;
 };
 
 // The services among names that the bus knows: those that speak the oldest known version of their
-// interface, else the newest one later than that. Returns nullopt when one of them is missing.
+// interface, else the newest one later than that. Returns nullopt when the registry or the factory
+// is missing.
 std::optional<Services> findServices(std::span<const std::string> names);
 
 } // namespace quenbrook::stores::evolution

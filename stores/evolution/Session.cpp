@@ -1,5 +1,6 @@
 #include "stores/evolution/Session.h"
 
+#include "stores/evolution/Birthdays.h"
 #include "stores/evolution/KeyFile.h"
 #include "stores/evolution/Services.h"
 
@@ -11,7 +12,8 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// What all servers that hang may cost one run, and what the bus itself may take.
+// What all servers that hang may cost one run, what the bus itself may take, and what the service
+// may take to make birthdays of the contacts. 0.3 s were seen.
 constexpr milliseconds timeout{1500};
 // The service starts with the first call, on a machine that may have just started itself.
 constexpr seconds timeoutOfRegistry{10};
@@ -90,6 +92,7 @@ Session::Session()
     : serverBudget_(timeout)
     , eventBudget_(timeoutOfOneEvent) {
     const Services found = services(bus_);
+    addressBooks_ = found.addressBooks;
     for (CalendarSource& source : calendarSources(sources(bus_, found.registry), userLanguages())) {
         calendars_.push_back(
             std::make_unique<FactoryCalendar>(bus_, found.factory, std::move(source)));
@@ -140,6 +143,11 @@ void Session::wait(std::span<const Undertaking> undertakings, Deadline deadline)
             each.calendar->giveUp();
         }
     }
+}
+
+bool Session::awaitBirthdays(FactoryCalendar& calendar) {
+    return !addressBooks_ ||
+           evolution::awaitBirthdays(bus_, *addressBooks_, calendar, Clock::now() + timeout);
 }
 
 TimeBudget& Session::readingBudget(const FactoryCalendar& calendar) {

@@ -5,7 +5,9 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -42,6 +44,11 @@ class Session {
     // BusError when another one has no end.
     void wait(std::span<const Undertaking> undertakings);
 
+    // Waits a second and a half at most until an open calendar of birthdays holds those of all
+    // contacts. Returns false when it is not known to do so by then. Throws BusError when it cannot
+    // be read.
+    bool awaitBirthdays(FactoryCalendar& calendar);
+
     // What a calendar may take to read one event: spent by the reader.
     TimeBudget& readingBudget(const FactoryCalendar& calendar);
 
@@ -52,6 +59,7 @@ class Session {
     void wait(std::span<const Undertaking> undertakings, Deadline deadline);
 
     Bus bus_;
+    std::optional<std::string> addressBooks_;
     std::vector<std::unique_ptr<FactoryCalendar>> calendars_;
     TimeBudget serverBudget_;
     TimeBudget eventBudget_;

@@ -15,6 +15,8 @@ namespace {
 constexpr std::string_view sourceGroup = "Data Source";
 constexpr std::string_view calendarGroup = "Calendar";
 constexpr std::string_view localGroup = "Local Backend";
+constexpr std::string_view addressBookGroup = "Address Book";
+constexpr std::string_view contactsGroup = "Contacts Backend";
 
 using model::SourceType;
 
@@ -151,6 +153,14 @@ CalendarSource describe(const std::string& uid, const KeyFile& source, const Key
     return described;
 }
 
+// Whether the birthdays of its contacts are shown: that of an address book of this machine, unless
+// it says otherwise.
+bool hasBirthdays(const KeyFiles& sources, const KeyFile& source) {
+    const bool isLocal = source.value(addressBookGroup, "BackendName") == "local";
+    return source.hasGroup(addressBookGroup) && isEnabled(sources, source) &&
+           source.flag(contactsGroup, "IncludeMe", isLocal);
+}
+
 std::tuple<std::string_view, std::string_view, std::string_view> place(
     const model::Calendar& calendar) {
     return {calendar.source ? std::string_view(calendar.source->title) : std::string_view(),
@@ -165,10 +175,19 @@ std::vector<CalendarSource> calendarSources(
     for (const SourceText& source : sources) {
         keyFiles.emplace(source.uid, source.data);
     }
+    std::vector<std::string> addressBooks;
     std::vector<CalendarSource> calendars;
     for (const auto& [uid, source] : keyFiles) {
+        if (hasBirthdays(keyFiles, source)) {
+            addressBooks.push_back(uid);
+        }
         if (source.hasGroup(calendarGroup) && isEnabled(keyFiles, source)) {
             calendars.push_back(describe(uid, source, parentOf(keyFiles, source), languages));
+        }
+    }
+    for (CalendarSource& calendar : calendars) {
+        if (calendar.isBirthdays) {
+            calendar.addressBooks = addressBooks;
         }
     }
     std::sort(calendars.begin(), calendars.end(),

@@ -25,6 +25,8 @@ struct CalendarSource {
     bool isLocal = false;
     // Whether they are made of the contacts.
     bool isBirthdays = false;
+    // Those of birthdays: the sources of the address books with these contacts.
+    std::vector<std::string> addressBooks;
     // Whether a server somewhere else has a say in how quickly it answers.
     bool isRemote = false;
     // Where the file of a local calendar is, when it is not where the service keeps its own.

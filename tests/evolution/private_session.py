@@ -3,6 +3,8 @@
 As a program: private_session.py [--radicale] COMMAND… runs a command in one.
 """
 
+import contextlib
+import json
 import os
 import pathlib
 import shutil
@@ -12,7 +14,8 @@ import sys
 import tempfile
 import time
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "interoperation"))
+HERE = pathlib.Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE.parent / "interoperation"))
 
 from test_synchronisation import Server
 
@@ -92,6 +95,19 @@ class PrivateSession:
         self.environment.update(QUENBROOK_CALDAV_PORT=str(self.server.port),
                                 QUENBROOK_CALDAV_STORAGE=str(self.place / "server"))
         return self.server
+
+    @contextlib.contextmanager
+    def scripted_services(self, **options):
+        """Those of scripted_services.py, on a bus without the real ones."""
+        with subprocess.Popen(
+                ["/usr/bin/python3", "-B", str(HERE / "scripted_services.py"), json.dumps(options)],
+                stdin=subprocess.PIPE, stdout=subprocess.PIPE, env=self.environment) as process:
+            if process.stdout.readline() != b"there\n":
+                raise AssertionError("the services did not start")
+            try:
+                yield
+            finally:
+                process.stdin.close()
 
     def run(self, *command, **options):
         environment = {**self.environment, **options.pop("env", {})}

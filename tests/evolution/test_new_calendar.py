@@ -1,8 +1,5 @@
 """A calendar that the registry lists already and the factory does not know yet."""
 
-import contextlib
-import pathlib
-import subprocess
 import time
 import unittest
 
@@ -28,31 +25,19 @@ class NewCalendar(QuenbrookTest):
         self.session = PrivateSession(services=False)
         self.addCleanup(self.session.stop)
 
-    @contextlib.contextmanager
-    def services(self, unknown):
-        with subprocess.Popen(
-                ["/usr/bin/python3", "-B", str(pathlib.Path(__file__).with_name("scripted_services.py")),
-                 str(unknown)], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                env=self.session.environment) as process:
-            self.assertEqual(process.stdout.readline(), b"there\n")
-            try:
-                yield
-            finally:
-                process.stdin.close()
-
     def test_is_asked_for_again(self):
         for word, out, err in [("list-calendars", b'"writable":true', b""),
                                ("list-events", b'{"events":[]}', b""),
                                ("get-event", b"", b'"EVENT_NOT_FOUND"'),
                                ("get-attendee-status", b"", b'"EVENT_NOT_FOUND"')]:
-            with self.subTest(word), self.services(5):
+            with self.subTest(word), self.session.scripted_services(unknown=5):
                 result = self.run_program(word, request=REQUESTS[word],
                                           env=self.session.environment)
                 self.assertIn(out, result.out)
                 self.assertIn(err, result.err)
 
     def test_is_in_doubt_when_the_factory_never_knows_it(self):
-        with self.services(-1):
+        with self.session.scripted_services(unknown=-1):
             for word, request in REQUESTS.items():
                 with self.subTest(word):
                     started = time.monotonic()

@@ -25,6 +25,18 @@ TEST(Services, AreTheOnesThatAreKnownOrElseNewer) {
     EXPECT_EQ(found({"Sources6", "Calendar9", "Calendar10"}), "Sources6 Calendar10");
 }
 
+TEST(Services, KnowTheContactsWhereThereIsOneThatDoes) {
+    const auto addressBooks = [](std::vector<std::string> names) {
+        names.emplace_back("org.gnome.evolution.dataserver.Sources5");
+        names.emplace_back("org.gnome.evolution.dataserver.Calendar8");
+        return findServices(names).value().addressBooks;
+    };
+    EXPECT_EQ(addressBooks({}), std::nullopt);
+    EXPECT_EQ(addressBooks({"org.gnome.evolution.dataserver.AddressBook9"}), std::nullopt);
+    EXPECT_EQ(addressBooks({"org.gnome.evolution.dataserver.AddressBook10"}),
+        "org.gnome.evolution.dataserver.AddressBook10");
+}
+
 TEST(Services, AreMissingWhenOneIs) {
     EXPECT_EQ(found({}), "none");
     EXPECT_EQ(found({"Calendar8"}), "none");

@@ -8,6 +8,7 @@ namespace quenbrook::stores::evolution {
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 SourceText calendar(const std::string& uid, const std::string& more, const std::string& rest = "") {
     return {uid, "[Data Source]\n" + more + "\n[Calendar]\nBackendName=local\n" + rest};
@@ -65,6 +66,36 @@ TEST(CalendarSources, TellTheTypeOfTheirAccount) {
         EXPECT_EQ(found.front().isLocal, type == 0) << backend;
         EXPECT_EQ(found.front().isBirthdays, type == 5) << backend;
         EXPECT_EQ(found.front().isRemote, type != 0 && type != 5) << backend;
+    }
+}
+
+TEST(CalendarSources, TellWhichAddressBooksHaveTheirBirthdays) {
+    const auto book = [](const std::string& uid, const std::string& backend,
+                          const std::string& more = "") -> SourceText {
+        return {uid,
+            "[Data Source]\nEnabled=true\n[Address Book]\nBackendName=" + backend + "\n" + more};
+    };
+    const std::string shown = "[Contacts Backend]\nIncludeMe=true\n";
+    const std::string hidden = "[Contacts Backend]\nIncludeMe=false\n";
+    const auto found = calendarSources(
+        std::vector<SourceText>{
+            {"birthdays", "[Data Source]\n[Calendar]\nBackendName=contacts\n"},
+            calendar("other", ""),
+            book("local", "local"),
+            book("local hidden", "local", hidden),
+            book("remote", "carddav"),
+            book("remote shown", "carddav", shown),
+            {"off", "[Data Source]\nEnabled=false\n[Address Book]\nBackendName=local\n"},
+            {"no book", "[Data Source]\n" + shown},
+        },
+        {});
+    ASSERT_EQ(found.size(), 2);
+    for (const CalendarSource& source : found) {
+        if (source.isBirthdays) {
+            EXPECT_THAT(source.addressBooks, ElementsAre("local", "remote shown"));
+        } else {
+            EXPECT_THAT(source.addressBooks, IsEmpty());
+        }
     }
 }
 
