@@ -195,6 +195,7 @@ class EvolutionStore : public CalendarStore {
         }
         CalendarWrite write(*target, session().eventBudget().deadline());
         return refusedOnError(write, [&]() -> std::optional<model::SavedEvent> {
+            session().checkCredentials(write);
             const std::string uid = files::randomUid();
             const auto stream = icalendar::newStream(uid, changes, now());
             if (!stream) {
@@ -217,6 +218,7 @@ class EvolutionStore : public CalendarStore {
                 target->reopenAfter(error, write.deadline());
                 createEvent(write, event);
             }
+            session().checkCredentials(write);
             confirmSaved(write);
             return model::SavedEvent::of(completed(std::move(*found), *target));
         });
@@ -334,9 +336,11 @@ class EvolutionStore : public CalendarStore {
         }
         CalendarWrite write(*calendar, session().eventBudget().deadline());
         return refusedOnError(write, [&] {
+            session().checkCredentials(write);
             if (!changeLocked(write, handle.key, dropped, makeText)) {
                 return false;
             }
+            session().checkCredentials(write);
             confirmSaved(write);
             return true;
         });

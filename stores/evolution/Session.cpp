@@ -1,6 +1,7 @@
 #include "stores/evolution/Session.h"
 
 #include "stores/evolution/Birthdays.h"
+#include "stores/evolution/Credentials.h"
 #include "stores/evolution/KeyFile.h"
 #include "stores/evolution/Services.h"
 
@@ -76,9 +77,10 @@ std::vector<SourceText> sources(Bus& bus, const std::string& registry) {
     Message answer = askRegistry(bus, registry);
     std::vector<SourceText> found;
     answer.readDictionary([&] {
-        answer.readObjectPath();
+        const std::string_view path = answer.readObjectPath();
         answer.readDictionary([&] {
             if (auto source = readSource(answer, answer.readString())) {
+                source->path = path;
                 found.push_back(std::move(*source));
             }
         });
@@ -92,6 +94,7 @@ Session::Session()
     : serverBudget_(timeout)
     , eventBudget_(timeoutOfOneEvent) {
     const Services found = services(bus_);
+    registry_ = found.registry;
     addressBooks_ = found.addressBooks;
     for (CalendarSource& source : calendarSources(sources(bus_, found.registry), userLanguages())) {
         calendars_.push_back(
@@ -142,6 +145,14 @@ void Session::wait(std::span<const Undertaking> undertakings, Deadline deadline)
         if (!each.isDone()) {
             each.calendar->giveUp();
         }
+    }
+}
+
+void Session::checkCredentials(const CalendarWrite& write) {
+    const CalendarSource& source = write.calendar().source();
+    if (source.isRemote) {
+        evolution::checkCredentials(
+            bus_, {registry_, source.path, sourceInterface}, write.deadline());
     }
 }
 

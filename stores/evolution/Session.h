@@ -1,5 +1,6 @@
 #pragma once
 
+#include "stores/evolution/CalendarWrite.h"
 #include "stores/evolution/FactoryCalendar.h"
 #include "stores/evolution/TimeBudget.h"
 
@@ -49,6 +50,10 @@ class Session {
     // be read.
     bool awaitBirthdays(FactoryCalendar& calendar);
 
+    // Throws BusError when it is known that the change does not reach the calendar's server for
+    // want of the right password.
+    void checkCredentials(const CalendarWrite& write);
+
     // What a calendar may take to read one event: spent by the reader.
     TimeBudget& readingBudget(const FactoryCalendar& calendar);
 
@@ -59,6 +64,7 @@ class Session {
     void wait(std::span<const Undertaking> undertakings, Deadline deadline);
 
     Bus bus_;
+    std::string registry_;
     std::optional<std::string> addressBooks_;
     std::vector<std::unique_ptr<FactoryCalendar>> calendars_;
     TimeBudget serverBudget_;

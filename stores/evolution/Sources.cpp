@@ -172,8 +172,10 @@ std::tuple<std::string_view, std::string_view, std::string_view> place(
 std::vector<CalendarSource> calendarSources(
     std::span<const SourceText> sources, std::span<const std::string> languages) {
     KeyFiles keyFiles;
+    std::map<std::string, std::string> paths;
     for (const SourceText& source : sources) {
         keyFiles.emplace(source.uid, source.data);
+        paths.emplace(source.uid, source.path);
     }
     std::vector<std::string> addressBooks;
     std::vector<CalendarSource> calendars;
@@ -183,6 +185,7 @@ std::vector<CalendarSource> calendarSources(
         }
         if (source.hasGroup(calendarGroup) && isEnabled(keyFiles, source)) {
             calendars.push_back(describe(uid, source, parentOf(keyFiles, source), languages));
+            calendars.back().path = paths[uid];
         }
     }
     for (CalendarSource& calendar : calendars) {

@@ -14,12 +14,16 @@ struct SourceText {
     std::string uid;
     // A key file.
     std::string data;
+    // Its object in the registry.
+    std::string path;
 };
 
 // A calendar as the source registry describes it.
 struct CalendarSource {
     // All but whether it may be changed.
     model::Calendar calendar;
+    // Its source in the registry.
+    std::string path;
     // Whether its events come from a file of the service's own, which the service writes after it
     // has answered.
     bool isLocal = false;

@@ -45,9 +45,9 @@ def source(name, parent="local-stub", backend="local", group="Calendar", enabled
     return "\n".join(lines) + "\n" + more
 
 
-def caldav_source(name, port, path, parent="caldav-stub"):
+def caldav_source(name, port, path, parent="caldav-stub", method="none"):
     return source(name, parent=parent, backend="caldav", more=(
-        f"\n[Authentication]\nHost=127.0.0.1\nPort={port}\nMethod=none\n"
+        f"\n[Authentication]\nHost=127.0.0.1\nPort={port}\nMethod={method}\nUser=someone\n"
         "\n[Security]\nMethod=none\n"
         f"\n[WebDAV Backend]\nResourcePath={path}\n"))
 
@@ -65,7 +65,7 @@ class OtherClient:
             names = {"add_source": ["uid", "text"], "add_contact": ["text"],
                      "event": ["calendar", "uid"],
                      "create": ["calendar", "events"], "modify": ["calendar", "events"],
-                     "remove": ["calendar", "uid"], "add_zone": ["calendar", "text"]}
+                     "remove": ["calendar", "uid"], "authenticate": ["calendar", "password"], "add_zone": ["calendar", "text"]}
             command = dict(zip(names.get(name, ["calendar"]), arguments), do=name, **options)
             self.process.stdin.write(json.dumps(command) + "\n")
             self.process.stdin.flush()
@@ -76,9 +76,10 @@ class OtherClient:
         return call
 
     def close(self):
-        self.process.stdin.close()
-        self.process.wait(PATIENCE)
-        self.process.stdout.close()
+        if not self.process.stdin.closed:
+            self.process.stdin.close()
+            self.process.wait(PATIENCE)
+            self.process.stdout.close()
 
 
 class DesktopTest(QuenbrookTest):
@@ -93,7 +94,7 @@ class DesktopTest(QuenbrookTest):
         cls.addClassCleanup(cls.session.stop)
         cls.prepare()
         cls.other = OtherClient(cls.session)
-        cls.addClassCleanup(cls.other.close)
+        cls.addClassCleanup(lambda: cls.other.close())
         cls.number = 0
 
     @classmethod

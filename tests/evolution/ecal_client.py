@@ -62,6 +62,17 @@ class Client:
                     time.sleep(0.005)
         return self.clients[calendar]
 
+    def authenticate(self, calendar, password):
+        """As if somebody had typed it."""
+        credentials = EDataServer.NamedParameters.new()
+        credentials.set(EDataServer.SOURCE_CREDENTIAL_PASSWORD, password)
+        self.registry.ref_source(calendar).invoke_authenticate_sync(credentials, None)
+
+    def connection(self, calendar):
+        while GLib.MainContext.default().iteration(False):
+            pass
+        return self.registry.ref_source(calendar).get_connection_status().value_nick
+
     def create(self, calendar, events):
         components = [ICalGLib.Component.new_from_string(text) for text in events]
         uids = self.open(calendar).create_objects_sync(components, ECal.OperationFlags.NONE, None)

@@ -90,8 +90,8 @@ class PrivateSession:
         """What the registry reads when it starts."""
         (self.sources / f"{uid}.source").write_text(text)
 
-    def start_radicale(self):
-        self.server = Server(self.place)
+    def start_radicale(self, users=None):
+        self.server = Server(self.place, users)
         self.environment.update(QUENBROOK_CALDAV_PORT=str(self.server.port),
                                 QUENBROOK_CALDAV_STORAGE=str(self.place / "server"))
         return self.server

@@ -6,7 +6,7 @@ import threading
 import time
 import unittest
 
-from desktop import DesktopTest, caldav_source, kill, unfolded, values
+from desktop import DesktopTest, OtherClient, caldav_source, kill, unfolded, values
 from quenbrook import calendar_text, event
 
 TIMES = ["DTSTART:20260105T090000Z", "DTEND:20260105T100000Z"]
@@ -232,6 +232,58 @@ class StoppedServer(DesktopTest):
             sorted(each["title"] for each in self.events(
                 "2026-01-01T00:00:00Z", "2026-02-01T00:00:00Z")), ["Changed", "Meanwhile"])
         self.assertEqual(self.event(second)["title"], "Meanwhile")
+
+
+class MissingPassword(DesktopTest):
+    @classmethod
+    def prepare(cls):
+        users = cls.session.place / "users"
+        users.write_text("someone:s\n")
+        cls.server = cls.session.start_radicale(users)
+        cls.server.make_calendar("/someone/locked/")
+        cls.session.write_source("locked", caldav_source(
+            "Locked", cls.server.port, "/someone/locked/", method="plain/password"))
+
+    def expect_connection(self, expected):
+        self.wait_for(lambda: self.other.connection("locked") == expected, expected)
+
+    def files(self):
+        folder = self.session.place / "server" / "collection-root" / "someone" / "locked"
+        return [file.read_text() for file in folder.glob("*.ics")]
+
+    def expect_error(self, code, word, request):
+        result = self.run_program(word, request=request)
+        self.assertEqual((result.status, result.out), (1, b""))
+        self.assertIn(f'"{code}"'.encode(), result.err)
+
+    def test_a_change_that_would_not_reach_the_server_is_refused(self):
+        new = {"calendarId": "locked", "title": "Never", "startISO": "2026-01-05T09:00:00Z",
+               "endISO": "2026-01-05T10:00:00Z"}
+        self.other.open("locked")
+        self.expect_connection("awaiting-credentials")
+        self.expect_error("EVENT_STORE_SAVE_FAILED", "create-event", new)
+        self.assertEqual(self.other.events("locked"), [])
+        self.other.authenticate("locked", "s")
+        self.expect_connection("connected")
+        identifier = self.create("locked", "There")
+        self.assertEqual([values(text, "SUMMARY") for text in self.files()], [["There"]])
+        # Nothing knows the password any more.
+        for service in ("evolution-source-registry", "evolution-calendar-factory"):
+            for process in self.session.processes(service):
+                kill(process)
+        self.other.close()
+        type(self).other = OtherClient(self.session)
+        self.other.open("locked")
+        self.expect_connection("awaiting-credentials")
+        self.assertEqual(self.event(identifier)["title"], "There")
+        self.expect_error("EVENT_STORE_SAVE_FAILED", "update-event",
+                          {"id": identifier, "patch": {"title": "Never"}})
+        self.expect_error("EVENT_STORE_REMOVE_FAILED", "cancel-event", {"id": identifier})
+        self.assertEqual(self.event(identifier)["title"], "There")
+        self.other.authenticate("locked", "s")
+        self.expect_connection("connected")
+        self.update(identifier, title="Changed")
+        self.assertEqual([values(text, "SUMMARY") for text in self.files()], [["Changed"]])
 
 
 if __name__ == "__main__":

@@ -38,14 +38,18 @@ fileext = ".ics"
 
 
 class Server:
-    """A Radicale server of its own, on a port that nobody else has."""
+    """A Radicale server of its own, on a port that nobody else has. It lets everybody in, or only
+    those of a file: lines of a name, a colon and a password."""
 
-    def __init__(self, place):
+    def __init__(self, place, users=None):
         self.log = place / "server.log"
+        allowed = ["--auth-type", "none"] if users is None else [
+            "--auth-type", "htpasswd", "--auth-htpasswd-filename", str(users),
+            "--auth-htpasswd-encryption", "plain"]
         with self.log.open("wb") as log:
             self.process = subprocess.Popen(
                 ["/usr/bin/python3", "-m", "radicale", "--config", "", "--server-hosts",
-                 "127.0.0.1:0", "--auth-type", "none", "--logging-level", "info",
+                 "127.0.0.1:0", *allowed, "--logging-level", "info",
                  "--storage-filesystem-folder", str(place / "server")],
                 stdin=subprocess.DEVNULL, stdout=log, stderr=log, cwd=place,
                 env={"HOME": str(place), "PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8"})

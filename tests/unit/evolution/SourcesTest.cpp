@@ -99,6 +99,12 @@ TEST(CalendarSources, TellWhichAddressBooksHaveTheirBirthdays) {
     }
 }
 
+TEST(CalendarSources, TellTheirObjectsInTheRegistry) {
+    const std::vector<SourceText> sources{
+        {"b", "[Calendar]\nBackendName=caldav\n", "/b"}, {"a", "[Data Source]\n", "/a"}};
+    EXPECT_EQ(calendarSources(sources, {}).front().path, "/b");
+}
+
 TEST(CalendarSources, TellWhereAFileIs) {
     const auto fileOf = [](const std::string& text) {
         return calendarSources(
