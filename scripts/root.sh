@@ -64,6 +64,8 @@ makeRoot() {
     case $mirror in https:*) include+=,ca-certificates ;; esac
     apart debootstrap --variant=minbase --include="$include" "${@:4}" "$suite" "$machine" ${mirror:+"$mirror"} \
         >"$log" 2>&1 || { tail -n 20 "$log" >&2 && fail "no root could be made; the log is $log"; }
+    # As an installer leaves it: sudo looks its machine up.
+    printf '127.0.0.1 localhost\n127.0.1.1 %s\n' "$(uname -n)" >"$machine/etc/hosts" || exit
     [ -z "${http_proxy:-}" ] ||
         printf 'Acquire::http::Proxy "%s";\n' "$http_proxy" >"$machine/etc/apt/apt.conf.d/90proxy"
 }
