@@ -67,13 +67,27 @@ std::vector<Summaries> candidates(
 
 } // namespace
 
+const std::int64_t RangeQuery::modestSteps = isBuiltToBeFuzzed ? 1'000 : 1'000'000;
+
 RangeQuery::RangeQuery(model::Instant from, model::Instant until)
     : from_(from)
     , until_(until) {}
 
-std::vector<FoundInstance> RangeQuery::instancesIn(std::string_view text) const {
-    std::vector<FoundInstance> instances;
-    ParsedStream stream(text);
+FoundInstances RangeQuery::instancesIn(std::string_view text) const {
+    return find(text, ParsedStream::mostSteps, Series::maximumInstances);
+}
+
+FoundInstances RangeQuery::instancesOfModestSteps(std::string_view text) const {
+    return find(text, modestSteps, Series::maximumInstances);
+}
+
+std::vector<FoundInstance> RangeQuery::firstInstancesIn(std::string_view text) const {
+    return find(text, modestSteps, 1).instances;
+}
+
+FoundInstances RangeQuery::find(std::string_view text, std::int64_t steps, std::size_t most) const {
+    FoundInstances all;
+    ParsedStream stream(text, steps);
     std::size_t size = 0;
     for (const Summaries& group : candidates(text, stream.scan(), daysAround(from_, until_))) {
         const auto series = stream.series(group);
@@ -82,26 +96,29 @@ std::vector<FoundInstance> RangeQuery::instancesIn(std::string_view text) const 
         }
         std::shared_ptr<FoundEvent> event;
         const EventComponent* described = nullptr;
-        for (const Instance& instance : series->instancesIn(from_, until_)) {
+        bool isFirst = true;
+        for (const Instance& instance : series->instancesIn(from_, until_, most)) {
             if (instance.component != described || instance.isAllDay != event->event.isAllDay) {
                 event = std::make_shared<FoundEvent>(found(*series, instance));
                 described = instance.component;
             }
-            instances.push_back({event, originalStartOf(*series, instance), instance.span.start,
-                instance.span.end});
+            all.instances.push_back({event, originalStartOf(*series, instance), instance.span.start,
+                instance.span.end, isFirst});
+            isFirst = false;
             size += sizeOf(instance, event->event);
             // One of each is found in any case.
-            if (size > maximumSize) {
+            if (size > maximumSize || most == 1) {
                 break;
             }
         }
     }
-    return instances;
+    all.steps = stream.steps();
+    return all;
 }
 
 std::vector<FoundEvent> RangeQuery::eventsIn(std::string_view text) const {
     std::vector<FoundEvent> events;
-    for (const FoundInstance& instance : instancesIn(text)) {
+    for (const FoundInstance& instance : instancesIn(text).instances) {
         FoundEvent& event = events.emplace_back(*instance.event);
         event.key.originalStart = instance.originalStart;
         event.event.start = instance.start;

@@ -4,6 +4,7 @@
 #include "model/Instant.h"
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -45,6 +46,15 @@ struct FoundInstance {
     std::optional<std::chrono::sys_seconds> originalStart;
     model::Instant start;
     model::Instant end;
+    // Whether it is the first that is listed of its series.
+    bool isFirst = false;
+};
+
+// What one text holds.
+struct FoundInstances {
+    std::vector<FoundInstance> instances;
+    // What it took to expand the rules, as docs/embedded-store.md counts.
+    std::int64_t steps = 0;
 };
 
 // The instances of a range, asked of many files. Files and events whose dates lie elsewhere are
@@ -55,12 +65,22 @@ class RangeQuery {
     // or has no length and starts in between.
     RangeQuery(model::Instant from, model::Instant until);
 
-    // In no particular order.
-    std::vector<FoundInstance> instancesIn(std::string_view text) const;
+    // What the rules of nearly every text stay far below, in steps.
+    static const std::int64_t modestSteps;
+
+    // In no particular order, but those of each series together.
+    FoundInstances instancesIn(std::string_view text) const;
+    // As above where that takes fewer than modest steps; else what is found with these, and no
+    // fewer are told.
+    FoundInstances instancesOfModestSteps(std::string_view text) const;
+    // The first of each series that modest steps find.
+    std::vector<FoundInstance> firstInstancesIn(std::string_view text) const;
     // As above; every instance of a series is an event of its own.
     std::vector<FoundEvent> eventsIn(std::string_view text) const;
 
   private:
+    FoundInstances find(std::string_view text, std::int64_t steps, std::size_t most) const;
+
     model::Instant from_;
     model::Instant until_;
 };

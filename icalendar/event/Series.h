@@ -55,7 +55,9 @@ class Series {
 
     // Every instance that starts before `until` and ends after `from`, or of no length and starts
     // in between. At most maximumInstances of them: a rule that yields more is cut there.
-    std::vector<Instance> instancesIn(model::Instant from, model::Instant until) const;
+    // Of fewer than these, `most`, the first are found and perhaps more.
+    std::vector<Instance> instancesIn(
+        model::Instant from, model::Instant until, std::size_t most = maximumInstances) const;
 
     // The first that is not excluded, in the order of original starts.
     std::optional<Instance> firstStanding() const;

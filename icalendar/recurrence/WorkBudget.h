@@ -24,11 +24,14 @@ class WorkBudget {
     // exhausted.
     bool spend(std::int64_t steps) {
         left_ -= steps;
+        spent_ += steps;
         isExhausted_ = isExhausted_ || left_ <= 0;
         return left_ > 0;
     }
     // Zero or less when all are spent.
     std::int64_t left() const { return left_; }
+
+    std::int64_t spent() const { return spent_; }
 
     // For a search that ended, at another limit, before it came to its end.
     void exhaust() { isExhausted_ = true; }
@@ -40,6 +43,7 @@ class WorkBudget {
 
   private:
     std::int64_t left_;
+    std::int64_t spent_ = 0;
     bool isExhausted_ = false;
 };
 

@@ -5,17 +5,15 @@
 namespace quenbrook::icalendar {
 namespace {
 
-// Thousands of series over many years stay well below that.
-constexpr std::int64_t stepsForFile = isBuiltToBeFuzzed ? 10'000 : 100'000'000;
 // Enough for a rule that only has to be found, so that a series is not hidden by those before it.
 constexpr std::int64_t stepsForEachSeries = 1'000;
 
 } // namespace
 
-ParsedStream::ParsedStream(std::string_view text)
+ParsedStream::ParsedStream(std::string_view text, std::int64_t steps)
     : text_(text)
     , scan_(scanStream(text))
-    , budget_(stepsForFile) {}
+    , budget_(steps) {}
 
 std::unique_ptr<const Series> ParsedStream::series(
     std::span<const EventSummary* const> components) {

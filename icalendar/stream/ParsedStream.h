@@ -17,8 +17,12 @@ namespace quenbrook::icalendar {
 // comes out of them must not outlive it.
 class ParsedStream {
   public:
+    // What all rules of one file may cost. Thousands of series over many years stay well below
+    // that.
+    static constexpr std::int64_t mostSteps = isBuiltToBeFuzzed ? 10'000 : 100'000'000;
+
     // `text` must outlive this.
-    explicit ParsedStream(std::string_view text);
+    explicit ParsedStream(std::string_view text, std::int64_t steps = mostSteps);
     ParsedStream(const ParsedStream&) = delete;
     ParsedStream& operator=(const ParsedStream&) = delete;
 
@@ -36,6 +40,8 @@ class ParsedStream {
     // Whether a search was given up at one of the limits: there may be more instances than were
     // found.
     bool isExhausted() const { return budget_.isExhausted(); }
+    // How many steps the rules have taken so far.
+    std::int64_t steps() const { return budget_.spent(); }
 
   private:
     // Most files are asked for nothing that has to do with zones.

@@ -1,10 +1,7 @@
 #include "stores/vdir/RangeAnswer.h"
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
-#include <string_view>
-#include <unordered_set>
 
 namespace quenbrook::stores::vdir {
 namespace {
@@ -28,46 +25,44 @@ std::size_t sizeOf(const FoundInstance& occurrence) {
     return size;
 }
 
-// Hands over every occurrence of which one of the same event came before.
-template <class Occurrences, class Take>
-void forEachRepetition(Occurrences& occurrences, Take take) {
-    std::unordered_set<std::string_view> seen;
-    for (auto& occurrence : occurrences) {
-        if (!seen.insert(occurrence.event->key.uid).second) {
-            take(occurrence);
-        }
-    }
-}
-
 } // namespace
 
-void RangeAnswer::add(FileKey key, std::vector<FoundInstance> occurrences) {
-    if (occurrences.empty()) {
+void RangeAnswer::add(
+    FileKey key, icalendar::FoundInstances found, std::vector<FoundInstance> firsts) {
+    const bool isCostly = found.steps >= icalendar::RangeQuery::modestSteps;
+    if (found.instances.empty() && !isCostly) {
         return;
     }
-    File file{std::move(occurrences)};
-    if (file.occurrences.size() > 1) {
-        forEachRepetition(file.occurrences,
-            [&](const FoundInstance& occurrence) { file.added += sizeOf(occurrence); });
+    File file{std::move(found.instances), std::move(firsts), isCostly};
+    file.steps = isCostly ? found.steps : 0;
+    for (const FoundInstance& occurrence : file.occurrences) {
+        file.added += occurrence.isFirst ? 0 : sizeOf(occurrence);
     }
-    if (firstReduced_ && key > *firstReduced_) {
+    Kind& kind = kindOf(file);
+    if (isBeyond(kind, key)) {
         reduce(file);
     }
-    added_ += file.added;
+    kind.added += file.added;
+    kind.steps += file.steps;
     files_.emplace(std::move(key), std::move(file));
-    while (added_ > limit_) {
-        const auto last = std::find_if(
-            files_.rbegin(), files_.rend(), [](const auto& each) { return each.second.added > 0; });
-        added_ -= last->second.added;
+    while (kind.added > limits_.size || kind.steps > limits_.steps) {
+        const auto last = std::find_if(files_.rbegin(), files_.rend(), [&](const auto& each) {
+            return each.second.isCostly == isCostly &&
+                   (each.second.added > 0 || each.second.steps > 0);
+        });
+        kind.added -= last->second.added;
+        kind.steps -= last->second.steps;
         reduce(last->second);
-        firstReduced_ = last->first;
+        kind.firstReduced = last->first;
     }
 }
 
 void RangeAnswer::remove(const FileKey& key) {
     const auto found = files_.find(key);
     if (found != files_.end()) {
-        added_ -= found->second.added;
+        Kind& kind = kindOf(found->second);
+        kind.added -= found->second.added;
+        kind.steps -= found->second.steps;
         files_.erase(found);
     }
 }
@@ -82,12 +77,15 @@ std::map<FileKey, std::vector<FoundInstance>> RangeAnswer::take() {
 }
 
 void RangeAnswer::reduce(File& file) {
-    forEachRepetition(
-        file.occurrences, [](FoundInstance& occurrence) { occurrence.event.reset(); });
-    std::erase_if(
-        file.occurrences, [](const FoundInstance& occurrence) { return !occurrence.event; });
+    if (file.isCostly) {
+        file.occurrences = std::move(file.firsts);
+    } else {
+        std::erase_if(
+            file.occurrences, [](const FoundInstance& occurrence) { return !occurrence.isFirst; });
+    }
     file.occurrences.shrink_to_fit();
     file.added = 0;
+    file.steps = 0;
 }
 
 } // namespace quenbrook::stores::vdir

@@ -359,11 +359,17 @@ class VdirStore : public CalendarStore {
         readEventFiles(
             directories, threads_,
             [&](std::size_t directory, const std::string& name, std::string_view text) {
-                auto occurrences = query.instancesIn(text);
-                if (!occurrences.empty()) {
-                    const std::lock_guard lock(finding);
-                    answer.add({numbers[directory], name}, std::move(occurrences));
-                }
+                FileKey key{numbers[directory], name};
+                std::unique_lock lock(finding);
+                const bool mayBeCostly = answer.mayBeCostly(key);
+                lock.unlock();
+                auto found =
+                    mayBeCostly ? query.instancesIn(text) : query.instancesOfModestSteps(text);
+                const bool isCostly = found.steps >= icalendar::RangeQuery::modestSteps;
+                auto firsts =
+                    isCostly ? query.firstInstancesIn(text) : std::vector<FoundInstance>();
+                lock.lock();
+                answer.add(std::move(key), std::move(found), std::move(firsts));
                 return true;
             },
             [&](std::size_t directory, const std::string& name) {

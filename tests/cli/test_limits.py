@@ -144,6 +144,19 @@ class Limits(QuenbrookTest):
         self.assertEqual(counts, sorted(counts, reverse=True))
         self.assertEqual(result.out.count(b'"id":"work:good"'), 1)
 
+    def test_shares_the_steps_of_rules_among_files_that_take_many(self):
+        """Each of these takes less than one file may, and each series 740,000 steps; another file
+        beside them is listed as ever."""
+        series = ["DTSTART:00010101T100000Z", "RRULE:FREQ=DAILY;BYDAY=MO,TU,WE,TH,FR,SA,SU;COUNT=1000000"]
+        for number in range(6):
+            self.put("work", f"x{number}.ics", [
+                event(*series, uid=f"x{number}-{one:03}") for one in range(130)])
+        self.put("work", "y.ics", [event("DTSTART:20250105T100000Z", "RRULE:FREQ=DAILY", uid="y")])
+        listed = [each["id"] for each in self.listed("2026-01-05T00:00:00Z", "2026-01-07T00:00:00Z")]
+        self.assertEqual([sum(each.startswith(f"work:x{number}-") for each in listed)
+                          for number in range(6)], [260] * 4 + [1] * 2)
+        self.assertEqual(listed.count("work:y"), 2)
+
     def test_reads_an_event_of_100_000_properties(self):
         self.put("work", "a.ics", [event(START, *["X-MANY:value"] * 100_000, uid="a")])
         self.assertEqual([each["id"] for each in self.listed()], ["work:a"])

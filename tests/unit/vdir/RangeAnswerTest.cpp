@@ -13,16 +13,16 @@ namespace {
 using icalendar::FoundInstance;
 
 // As many occurrences of each of two events.
-std::vector<FoundInstance> occurrences(std::size_t count) {
+icalendar::FoundInstances occurrences(std::size_t count, std::int64_t steps = 0) {
     std::vector<FoundInstance> all;
     for (const char* uid : {"a", "b"}) {
         const auto event = std::make_shared<icalendar::FoundEvent>();
         event->key.uid = uid;
         for (std::size_t i = 0; i < count; ++i) {
-            all.push_back({event, {}, {}, {}});
+            all.push_back({event, {}, {}, {}, i == 0});
         }
     }
-    return all;
+    return {all, steps};
 }
 
 // What two events of so many occurrences add.
@@ -39,7 +39,7 @@ std::vector<std::size_t> taken(RangeAnswer& answer) {
 }
 
 TEST(RangeAnswers, HoldEverythingWithinTheLimit) {
-    RangeAnswer answer(added(10) + added(20));
+    RangeAnswer answer({.size = added(10) + added(20)});
     answer.add({0, "b"}, occurrences(20));
     answer.add({0, "a"}, occurrences(10));
     answer.add({0, "c"}, {});
@@ -47,7 +47,7 @@ TEST(RangeAnswers, HoldEverythingWithinTheLimit) {
 }
 
 TEST(RangeAnswers, HoldOneOccurrenceOfEachEventBeyondTheLimit) {
-    RangeAnswer answer(added(10) + added(20) - 1);
+    RangeAnswer answer({.size = added(10) + added(20) - 1});
     answer.add({0, "b"}, occurrences(20));
     answer.add({0, "a"}, occurrences(10));
     answer.add({1, "a"}, occurrences(2));
@@ -55,7 +55,7 @@ TEST(RangeAnswers, HoldOneOccurrenceOfEachEventBeyondTheLimit) {
 }
 
 TEST(RangeAnswers, CountNoFirstOccurrences) {
-    RangeAnswer answer(0);
+    RangeAnswer answer({.size = 0});
     for (int i = 0; i < 100; ++i) {
         answer.add({0, std::to_string(i)}, occurrences(1));
     }
@@ -69,10 +69,41 @@ TEST(RangeAnswers, CountTheTextsAndParticipantsOfAnEvent) {
     crowded->event.recurrenceRules.resize(1);
     const std::size_t size = 256 * 4 + 10 + 20 + 30;
     for (const auto& [limit, left] : {std::pair(size, 2u), std::pair(size - 1, 1u)}) {
-        RangeAnswer answer(limit);
-        answer.add({0, "a"}, {{crowded, {}, {}, {}}, {crowded, {}, {}, {}}});
+        RangeAnswer answer({.size = limit});
+        answer.add({0, "a"}, {{{crowded, {}, {}, {}, true}, {crowded, {}, {}, {}}}, 0});
         EXPECT_EQ(taken(answer), std::vector<std::size_t>{left});
     }
+}
+
+// What a new reading within modest steps would find: of one event the first occurrence.
+std::vector<FoundInstance> oneFirst() {
+    std::vector<FoundInstance> all = occurrences(1).instances;
+    all.pop_back();
+    return all;
+}
+
+TEST(RangeAnswers, HoldWhatModestStepsFindBeyondTheLimitOnSteps) {
+    const std::int64_t steps = icalendar::RangeQuery::modestSteps;
+    RangeAnswer answer({.steps = 3 * steps - 1});
+    answer.add({0, "d"}, occurrences(5, steps - 1));
+    answer.add({0, "c"}, occurrences(4, steps), oneFirst());
+    answer.add({0, "b"}, occurrences(3, steps), oneFirst());
+    EXPECT_TRUE(answer.mayBeCostly({0, "d"}));
+    answer.add({0, "a"}, occurrences(2, steps), oneFirst());
+    EXPECT_FALSE(answer.mayBeCostly({0, "d"}));
+    EXPECT_TRUE(answer.mayBeCostly({0, "b"}));
+    EXPECT_EQ(taken(answer), (std::vector<std::size_t>{4, 6, 1, 10}));
+}
+
+TEST(RangeAnswers, HoldEventsWithoutUidBeyondTheLimit) {
+    icalendar::FoundInstances two = occurrences(1);
+    for (FoundInstance& each : two.instances) {
+        each.event->key.uid.clear();
+    }
+    RangeAnswer answer({.size = 0});
+    answer.add({0, "a"}, occurrences(2));
+    answer.add({0, "b"}, two);
+    EXPECT_EQ(taken(answer), (std::vector<std::size_t>{2, 2}));
 }
 
 TEST(RangeAnswers, DoNotDependOnTheOrderInWhichFilesCome) {
@@ -81,17 +112,28 @@ TEST(RangeAnswers, DoNotDependOnTheOrderInWhichFilesCome) {
         return std::uniform_int_distribution<std::size_t>(0, end - 1)(chance);
     };
     for (int round = 0; round < 200; ++round) {
-        std::vector<std::pair<FileKey, std::size_t>> files;
+        struct File {
+            FileKey key;
+            std::size_t count;
+            std::int64_t steps;
+        };
+        const std::int64_t modest = icalendar::RangeQuery::modestSteps;
+        std::vector<File> files;
         for (std::size_t i = 0; i < 1 + below(12); ++i) {
-            files.push_back({{below(3), std::to_string(i)}, 1 + below(20)});
+            files.push_back({{below(3), std::to_string(i)}, 1 + below(20),
+                below(3) == 0 ? modest * static_cast<std::int64_t>(1 + below(5)) : 0});
         }
-        const std::size_t limit = below(added(60));
+        const RangeLimits limits{below(added(60)), modest * static_cast<std::int64_t>(below(20))};
         std::vector<std::size_t> expected;
         for (int order = 0; order < 5; ++order) {
             std::shuffle(files.begin(), files.end(), chance);
-            RangeAnswer answer(limit);
-            for (const auto& [key, count] : files) {
-                answer.add(key, occurrences(count));
+            RangeAnswer answer(limits);
+            for (const File& file : files) {
+                // As readers do that know what is beyond the limits.
+                const bool isWhole = file.steps < modest || answer.mayBeCostly(file.key);
+                answer.add(file.key,
+                    isWhole ? occurrences(file.count, file.steps) : occurrences(2, modest),
+                    file.steps < modest ? std::vector<FoundInstance>() : oneFirst());
             }
             const std::vector<std::size_t> sizes = taken(answer);
             expected = order == 0 ? sizes : expected;
@@ -101,7 +143,7 @@ TEST(RangeAnswers, DoNotDependOnTheOrderInWhichFilesCome) {
 }
 
 TEST(RangeAnswers, ForgetFilesThatAreGone) {
-    RangeAnswer answer(added(10));
+    RangeAnswer answer({.size = added(10)});
     answer.add({0, "a"}, occurrences(10));
     answer.remove({0, "a"});
     answer.remove({0, "none"});
