@@ -106,9 +106,11 @@ class QuenbrookTest(unittest.TestCase):
     """Each test has a home and a store of its own; `store` exists, empty, from the start."""
 
     maxDiff = None
+    # Where that is; None: where the system has temporary files.
+    where = None
 
     def setUp(self):
-        self.place = pathlib.Path(tempfile.mkdtemp(prefix="quenbrook-"))
+        self.place = pathlib.Path(tempfile.mkdtemp(prefix="quenbrook-", dir=self.where))
         self.addCleanup(shutil.rmtree, self.place, ignore_errors=True)
         self.home = self.place / "home"
         self.data = self.place / "data"

@@ -3,8 +3,8 @@
 // in.
 //
 // CALL is a system call as it is named below, those on a directory itself with "-directory" after
-// it, and the two renames of renameat2 "rename-to-free" and "exchange". Standard streams do not
-// count.
+// it, the two renames of renameat2 "rename-to-free" and "exchange", and the question of access with
+// AT_EACCESS "faccessat-effective". Standard streams do not count.
 //
 // Calls are counted, listed, paused and killed at from the first lock on: what comes before does
 // not change anything, and depends on how long ago the calendars were changed.
@@ -234,6 +234,11 @@ int fstat(int descriptor, struct stat* status) {
 
 int faccessat(int directory, const char* name, int mode, int flags) {
     static auto* const real = next<int(int, const char*, int, int)>("faccessat");
+    const auto error = errorOf((flags & AT_EACCESS) != 0 ? "faccessat-effective" : "faccessat");
+    if (error) {
+        errno = *error;
+        return -1;
+    }
     return atReading(-1, [&] { return real(directory, name, mode, flags); });
 }
 

@@ -8,7 +8,7 @@ import signal
 import stat
 import unittest
 
-from writers import CALENDAR, WRITES, WritersTest
+from writers import CALENDAR, FAILURE, WRITES, WritersTest
 
 # What kernels, FUSE servers and shares give for a call that they do not have.
 NO_FLAGS = (errno.EINVAL, errno.ENOSYS, errno.EOPNOTSUPP, errno.EPERM)
@@ -49,6 +49,33 @@ class LesserFileSystems(WritersTest):
     def test_without_extended_attributes(self):
         for number in (errno.ENOTSUP, errno.ENOSYS):
             self.assert_all_done_without({"flistxattr": number, "fremovexattr": number})
+
+    def test_refuse_what_would_lose_an_attribute(self):
+        """An attribute that cannot be set, or an access list of the folder's that cannot be taken off."""
+        path = self.work / "one.ics"
+        for calls in ({"fsetxattr": errno.ENOSPC}, {"fsetxattr": errno.EPERM},
+                      {"fsetxattr": errno.ENOTSUP}, {"fremovexattr": errno.EPERM}):
+            with self.subTest(calls=calls):
+                self.lay_out()
+                os.setxattr(path, "user.note", b"mine")
+                update = WRITES[2]
+                result = self.run_without(update.word, update.request, calls)
+                self.assertError(result, *FAILURE[update.word])
+                self.assertEqual(self.outcome(update), "old")
+                self.assertEqual(os.getxattr(path, "user.note"), b"mine")
+                self.assertEqual(self.left_over(), [])
+                self.assertEqual(self.quarantined(), [])
+
+    def test_a_sandbox_that_knows_only_the_older_question_of_access(self):
+        """What it refuses is no word on the calendar; what it then answers is."""
+        self.assert_all_done_without({"faccessat-effective": errno.EPERM})
+        for answer, writable in ((None, True), (errno.EACCES, False), (errno.EROFS, False)):
+            calls = {"faccessat-effective": errno.EPERM, **({"faccessat": answer} if answer else {})}
+            with self.subTest(answer=answer):
+                result = self.run_without("list-calendars", b"", calls)
+                self.assertEqual((result.status, result.err), (0, b""))
+                calendars = json.loads(result.out)["calendars"]
+                self.assertEqual([each["writable"] for each in calendars], [writable])
 
     def test_without_syncing_folders(self):
         for number in NO_FOLDER_SYNC:
