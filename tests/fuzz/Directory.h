@@ -1,36 +1,48 @@
 #pragma once
 
-#include <cstdlib>
+#include "tests/fuzz/Require.h"
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include <unistd.h>
 
 namespace quenbrook::fuzz {
 
-inline void require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
-
-// A directory for the whole of the fuzzing, in memory where the system has such a place: what a
-// disk takes for a sync is not what is to be found out.
-inline const std::filesystem::path& place() {
-    static const std::filesystem::path made = [] {
+// A directory of its own, in memory where the system has such a place: what a disk takes for a sync
+// is not what is to be found out.
+class Place {
+  public:
+    Place() {
         const bool hasMemory = ::access("/dev/shm", W_OK | X_OK) == 0;
         std::string pattern = (hasMemory ? std::filesystem::path("/dev/shm")
                                          : std::filesystem::temp_directory_path()) /
                               "quenbrook-fuzz-XXXXXX";
         require(::mkdtemp(pattern.data()) != nullptr);
-        std::atexit([] { std::filesystem::remove_all(place()); });
-        return std::filesystem::path(pattern);
-    }();
-    return made;
+        path_ = pattern;
+    }
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+    ~Place() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+
+    const std::filesystem::path& path() const { return path_; }
+
+  private:
+    std::filesystem::path path_;
+};
+
+// For the whole of the fuzzing.
+inline const std::filesystem::path& place() {
+    static const Place made;
+    return made.path();
 }
 
 inline void write(const std::filesystem::path& path, std::string_view text) {

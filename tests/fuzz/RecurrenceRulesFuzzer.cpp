@@ -1,11 +1,11 @@
 #include "icalendar/recurrence/RecurrenceExpansion.h"
 #include "icalendar/recurrence/RecurrenceRuleText.h"
 #include "tests/fuzz/RecurrencePredicates.h"
+#include "tests/fuzz/Require.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
 // A rule that parses must be equal after it was written and read again, and have the occurrences
@@ -16,13 +16,8 @@ namespace {
 
 namespace icalendar = quenbrook::icalendar;
 using icalendar::LocalTime;
+using quenbrook::fuzz::require;
 using std::chrono::days;
-
-void require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 // SplitMix64 over the FNV-1a hash of the input.
 class Draw {

@@ -1,11 +1,11 @@
 #include "src/DecodeStdin.h"
+#include "tests/fuzz/Require.h"
 #include "json/JsonReader.h"
 #include "json/JsonWriter.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,6 +18,8 @@
 
 namespace {
 
+using quenbrook::fuzz::require;
+
 template <class Request>
 struct Decoded {
     std::optional<Request> request;
@@ -25,12 +27,6 @@ struct Decoded {
 
     bool operator==(const Decoded&) const = default;
 };
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 template <class Request>
 Decoded<Request> decoded(std::string_view text) {

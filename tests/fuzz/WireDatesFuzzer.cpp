@@ -1,5 +1,6 @@
 #include "src/DTOs/WireDates.h"
 #include "src/ErrorCodes.h"
+#include "tests/fuzz/Require.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -11,6 +12,8 @@
 // with the zone in RFC 3339's own form. Nothing may stand before the year or after the zone.
 
 namespace {
+
+using quenbrook::fuzz::require;
 
 std::optional<quenbrook::model::Instant> parsed(std::string_view text) {
     try {
@@ -35,12 +38,6 @@ std::string inOwnForm(std::string_view text) {
     std::erase(offset, ':');
     offset.resize(5, '0');
     return strict + offset.insert(3, ":");
-}
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
 }
 
 } // namespace
