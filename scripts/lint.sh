@@ -94,7 +94,7 @@ report "newer than bash 3.2" "$(
 
 shellcheck run test .ci/run scripts/*.sh unicode/icu/*.sh packaging/build packaging/try debian/linked \
     tests/bench/run \
-    tests/evolution/bench/run \
+    tests/evolution/bench/run tests/evolution/long \
     tests/eventkit/*.sh tests/darwin/*.sh tests/darwin/run tests/fuzz/smoke tests/fuzz/long tests/fuzz/options \
     packaging/completions/quenbrook.bash || failed=1
 
