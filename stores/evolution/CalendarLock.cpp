@@ -25,12 +25,12 @@ filesystem::path placeIn(const char* variable) {
     return place.is_absolute() ? place : filesystem::path();
 }
 
-// The directory that lasts as long as the session; without one the user's cache.
+// Runs in one session find its bus by one variable or another. They must meet here all the same, so
+// this is not the session's directory.
 filesystem::path lockDirectory() {
-    for (const auto& place : {placeIn("XDG_RUNTIME_DIR"), placeIn("XDG_CACHE_HOME")}) {
-        if (!place.empty()) {
-            return place / "quenbrook";
-        }
+    const filesystem::path cache = placeIn("XDG_CACHE_HOME");
+    if (!cache.empty()) {
+        return cache / "quenbrook";
     }
     const filesystem::path home = placeIn("HOME");
     if (home.empty()) {

@@ -101,8 +101,8 @@ class Interoperation(DesktopTest):
 
     def while_waiting_for_its_turn(self, calendar, word, request, meanwhile):
         """Runs a word that finds the calendar locked when it has looked its event up."""
-        lock = self.session.place / "run" / "quenbrook"
-        lock.mkdir(mode=0o700, exist_ok=True)
+        lock = self.session.home / "cache" / "quenbrook"
+        lock.mkdir(mode=0o700, parents=True, exist_ok=True)
         with (lock / f"{calendar}.lock").open("w") as file:
             fcntl.flock(file, fcntl.LOCK_EX)
             with subprocess.Popen([PROGRAM, word], env=self.environment(), stdin=subprocess.PIPE,

@@ -36,15 +36,7 @@ class CalendarLocks : public testing::Test {
     support::TemporaryFolder folder_;
 };
 
-TEST_F(CalendarLocks, LieInTheDirectoryOfTheSession) {
-    std::filesystem::create_directory(path("run"));
-    const ScopedVariable runtime("XDG_RUNTIME_DIR", path("run").string());
-    const ScopedVariable cache("XDG_CACHE_HOME", path("cache").string());
-    EXPECT_EQ(placeOf("work"), "run/quenbrook/work.lock");
-}
-
-TEST_F(CalendarLocks, LieInTheCacheWithoutASession) {
-    const ScopedVariable runtime("XDG_RUNTIME_DIR", std::nullopt);
+TEST_F(CalendarLocks, LieInTheCache) {
     const ScopedVariable home("HOME", path("home").string());
     {
         const ScopedVariable cache("XDG_CACHE_HOME", path("cache").string());
@@ -57,8 +49,15 @@ TEST_F(CalendarLocks, LieInTheCacheWithoutASession) {
     }
 }
 
+TEST_F(CalendarLocks, LieInOnePlaceWhateverIsSaidOfTheSession) {
+    const ScopedVariable cache("XDG_CACHE_HOME", path("cache").string());
+    for (const auto& said : {std::optional<std::string>(), std::optional(path("run").string())}) {
+        const ScopedVariable runtime("XDG_RUNTIME_DIR", said);
+        EXPECT_EQ(placeOf("work"), "cache/quenbrook/work.lock");
+    }
+}
+
 TEST_F(CalendarLocks, NeedAPlace) {
-    const ScopedVariable runtime("XDG_RUNTIME_DIR", std::nullopt);
     const ScopedVariable cache("XDG_CACHE_HOME", std::nullopt);
     for (const auto& home : {std::optional<std::string>(), std::optional<std::string>("home")}) {
         const ScopedVariable none("HOME", home);
@@ -67,12 +66,12 @@ TEST_F(CalendarLocks, NeedAPlace) {
 }
 
 TEST_F(CalendarLocks, StayInTheirDirectoryWhateverACalendarIsCalled) {
-    const ScopedVariable runtime("XDG_RUNTIME_DIR", path("").string());
+    const ScopedVariable cache("XDG_CACHE_HOME", path("").string());
     EXPECT_EQ(placeOf("../a b"), "quenbrook/%2E%2E%2Fa%20b.lock");
 }
 
 TEST_F(CalendarLocks, ExcludeEachOtherWithinACalendar) {
-    const ScopedVariable runtime("XDG_RUNTIME_DIR", path("").string());
+    const ScopedVariable cache("XDG_CACHE_HOME", path("").string());
     {
         const CalendarLock held("work", shortly());
         EXPECT_THROW(CalendarLock("work", shortly()), std::system_error);
