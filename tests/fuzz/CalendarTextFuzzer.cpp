@@ -72,12 +72,12 @@ void requireUpdated(std::string_view text, const std::string& updated,
     requireSameAround(text, updated, found, edited, elsewhere(choice));
 }
 
-// Whether no limit ends the search for the first instance. Where one does, an exception may not be
-// seen to belong to its series.
-bool isFoundWithinLimits(std::string_view text, const std::string& uid) {
+// Whether all is closed that was begun, and no limit ends the search for the first instance. Else
+// an exception may not be seen to belong to its series.
+bool isFoundForSure(std::string_view text, const std::string& uid) {
     icalendar::ParsedStream stream(text);
     const auto series = stream.series(uid);
-    return series && series->firstStanding() && !stream.isExhausted();
+    return stream.scan().broken == 0 && series && series->firstStanding() && !stream.isExhausted();
 }
 
 void tryChange(std::string_view text, const icalendar::FoundEvent& found, unsigned choice) {
@@ -85,7 +85,7 @@ void tryChange(std::string_view text, const icalendar::FoundEvent& found, unsign
     changes.title = "changed; by\r\nthe fuzzer";
     changes.alarms = {-900.0};
     const auto updated = icalendar::updatedStream(text, found.key, changes, now);
-    if (updated && isFoundWithinLimits(*updated, found.key.uid)) {
+    if (updated && isFoundForSure(*updated, found.key.uid)) {
         icalendar::FoundEvent edited = found;
         edited.event.title = "changed; by\nthe fuzzer";
         edited.event.alarmCount = 1;
@@ -114,7 +114,7 @@ void tryMove(std::string_view text, const icalendar::FoundEvent& found, unsigned
         changes.end = found.event.end + std::chrono::hours(30);
     }
     const auto updated = icalendar::updatedStream(text, found.key, changes, now);
-    if (updated && isFoundWithinLimits(*updated, found.key.uid)) {
+    if (updated && isFoundForSure(*updated, found.key.uid)) {
         icalendar::FoundEvent edited = found;
         edited.event.start = *changes.start;
         edited.event.end = *changes.end;
