@@ -74,18 +74,14 @@ RangeQuery::RangeQuery(model::Instant from, model::Instant until)
     , until_(until) {}
 
 FoundInstances RangeQuery::instancesIn(std::string_view text) const {
-    return find(text, ParsedStream::mostSteps, Series::maximumInstances);
+    return find(text, ParsedStream::mostSteps);
 }
 
 FoundInstances RangeQuery::instancesOfModestSteps(std::string_view text) const {
-    return find(text, modestSteps, Series::maximumInstances);
+    return find(text, modestSteps);
 }
 
-std::vector<FoundInstance> RangeQuery::firstInstancesIn(std::string_view text) const {
-    return find(text, modestSteps, 1).instances;
-}
-
-FoundInstances RangeQuery::find(std::string_view text, std::int64_t steps, std::size_t most) const {
+FoundInstances RangeQuery::find(std::string_view text, std::int64_t steps) const {
     FoundInstances all;
     ParsedStream stream(text, steps);
     std::size_t size = 0;
@@ -97,7 +93,7 @@ FoundInstances RangeQuery::find(std::string_view text, std::int64_t steps, std::
         std::shared_ptr<FoundEvent> event;
         const EventComponent* described = nullptr;
         bool isFirst = true;
-        for (const Instance& instance : series->instancesIn(from_, until_, most)) {
+        for (const Instance& instance : series->instancesIn(from_, until_)) {
             if (instance.component != described || instance.isAllDay != event->event.isAllDay) {
                 event = std::make_shared<FoundEvent>(found(*series, instance));
                 described = instance.component;
@@ -107,7 +103,7 @@ FoundInstances RangeQuery::find(std::string_view text, std::int64_t steps, std::
             isFirst = false;
             size += sizeOf(instance, event->event);
             // One of each is found in any case.
-            if (size > maximumSize || most == 1) {
+            if (size > maximumSize) {
                 break;
             }
         }

@@ -73,13 +73,11 @@ class RangeQuery {
     // As above where that takes fewer than modest steps; else what is found with these, and no
     // fewer are told.
     FoundInstances instancesOfModestSteps(std::string_view text) const;
-    // The first of each series that modest steps find.
-    std::vector<FoundInstance> firstInstancesIn(std::string_view text) const;
     // As above; every instance of a series is an event of its own.
     std::vector<FoundEvent> eventsIn(std::string_view text) const;
 
   private:
-    FoundInstances find(std::string_view text, std::int64_t steps, std::size_t most) const;
+    FoundInstances find(std::string_view text, std::int64_t steps) const;
 
     model::Instant from_;
     model::Instant until_;

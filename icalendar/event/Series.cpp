@@ -339,22 +339,19 @@ Series::Window Series::windowOf(
     return window;
 }
 
-std::vector<Instance> Series::instancesIn(
-    model::Instant from, model::Instant until, std::size_t most) const {
+std::vector<Instance> Series::instancesIn(model::Instant from, model::Instant until) const {
     std::vector<Instance> found;
     if (until < from) {
         return found;
     }
     for (const EventComponent& master : masters_) {
-        if (found.size() >= most) {
-            break;
-        }
         const Window window = windowOf(master, from, until);
         if (window.until < window.from) {
             continue;
         }
         visitRecurrenceSet(master, window, [&](const Instance& instance) {
-            if (instance.originalStart.instant() >= window.until || found.size() >= most) {
+            if (instance.originalStart.instant() >= window.until ||
+                found.size() >= maximumInstances) {
                 return false;
             }
             if (isIn(instance.span, from, until) && !isReplaced(instance)) {

@@ -55,9 +55,7 @@ class Series {
 
     // Every instance that starts before `until` and ends after `from`, or of no length and starts
     // in between. At most maximumInstances of them: a rule that yields more is cut there.
-    // Of fewer than these, `most`, the first are found and perhaps more.
-    std::vector<Instance> instancesIn(
-        model::Instant from, model::Instant until, std::size_t most = maximumInstances) const;
+    std::vector<Instance> instancesIn(model::Instant from, model::Instant until) const;
 
     // The first that is not excluded, in the order of original starts.
     std::optional<Instance> firstStanding() const;

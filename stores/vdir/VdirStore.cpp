@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <deque>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <set>
@@ -356,20 +357,28 @@ class VdirStore : public CalendarStore {
     void find(const icalendar::RangeQuery& query, std::span<EventFiles> directories,
         std::span<const std::size_t> numbers, RangeAnswer& answer) const {
         std::mutex finding;
+        const auto mayBeCostly = [&](const FileKey& key) {
+            const std::lock_guard lock(finding);
+            return answer.mayBeCostly(key);
+        };
         readEventFiles(
             directories, threads_,
             [&](std::size_t directory, const std::string& name, std::string_view text) {
                 FileKey key{numbers[directory], name};
-                std::unique_lock lock(finding);
-                const bool mayBeCostly = answer.mayBeCostly(key);
-                lock.unlock();
-                auto found =
-                    mayBeCostly ? query.instancesIn(text) : query.instancesOfModestSteps(text);
+                auto found = query.instancesOfModestSteps(text);
                 const bool isCostly = found.steps >= icalendar::RangeQuery::modestSteps;
-                auto firsts =
-                    isCostly ? query.firstInstancesIn(text) : std::vector<FoundInstance>();
-                lock.lock();
-                answer.add(std::move(key), std::move(found), std::move(firsts));
+                std::vector<FoundInstance> firsts;
+                if (isCostly) {
+                    std::copy_if(found.instances.begin(), found.instances.end(),
+                        std::back_inserter(firsts), std::mem_fn(&FoundInstance::isFirst));
+                    if (mayBeCostly(key)) {
+                        found = query.instancesIn(text);
+                    }
+                }
+                if (isCostly || !found.instances.empty()) {
+                    const std::lock_guard lock(finding);
+                    answer.add(std::move(key), std::move(found), std::move(firsts));
+                }
                 return true;
             },
             [&](std::size_t directory, const std::string& name) {

@@ -33,11 +33,6 @@ std::vector<std::string> queried(std::string_view text, model::Instant from, mod
     return found;
 }
 
-std::string describedStart(const FoundInstance& instance) {
-    return instance.event->key.uid + " " +
-           std::to_string(instance.start.time_since_epoch().count());
-}
-
 // Every instance of some years, without any regard to what the scan says of days.
 struct Span {
     std::string uid;
@@ -210,9 +205,9 @@ TEST(RangeQueries, FindEventsWithoutUid) {
     EXPECT_FALSE(findEvent(test::stream(event), ""));
 }
 
-TEST(RangeQueries, ForTheFirstInstancesFindThoseOfAll) {
+TEST(RangeQueries, TellTheFirstInstanceOfEachSeries) {
     RandomStreams streams(515, RandomStreams::Variety::all);
-    std::size_t found = 0;
+    std::size_t firsts = 0;
     for (int round = 0; round < 200; ++round) {
         const std::string text = streams.next();
         const model::Instant from = streams.instant();
@@ -220,22 +215,13 @@ TEST(RangeQueries, ForTheFirstInstancesFindThoseOfAll) {
         const FoundInstances all = query.instancesIn(text);
         EXPECT_LT(all.steps, RangeQuery::modestSteps);
         EXPECT_EQ(query.instancesOfModestSteps(text).instances.size(), all.instances.size());
-        std::vector<std::string> expected;
         std::map<std::string, int> counts;
         for (const FoundInstance& each : all.instances) {
             EXPECT_EQ(each.isFirst, ++counts[each.event->key.uid] == 1);
-            if (each.isFirst) {
-                expected.push_back(describedStart(each));
-            }
+            firsts += each.isFirst ? 1 : 0;
         }
-        std::vector<std::string> firsts;
-        for (const FoundInstance& each : query.firstInstancesIn(text)) {
-            firsts.push_back(describedStart(each));
-        }
-        EXPECT_EQ(firsts, expected) << text;
-        found += firsts.size();
     }
-    EXPECT_GT(found, 100u);
+    EXPECT_GT(firsts, 100u);
 }
 
 TEST(RangeQueries, TellTheStepsOfRulesThatTakeMany) {
@@ -245,7 +231,6 @@ TEST(RangeQueries, TellTheStepsOfRulesThatTakeMany) {
     const RangeQuery query(at("2026-01-05T00:00:00Z"), at("2026-01-05T00:01:00Z"));
     EXPECT_GE(query.instancesIn(text).steps, RangeQuery::modestSteps);
     EXPECT_GE(query.instancesOfModestSteps(text).steps, RangeQuery::modestSteps);
-    EXPECT_TRUE(query.firstInstancesIn(text).empty());
 }
 
 } // namespace
