@@ -76,7 +76,9 @@ std::optional<ParsedComponent> ParsedComponent::parse(std::string_view text, Tex
         if (!content) {
             continue;
         }
-        if (equalsIgnoringCase(content->name, "BEGIN")) {
+        // With parameters they are none, to the quick pass over a text neither.
+        const bool isPlain = content->parameters.empty();
+        if (isPlain && equalsIgnoringCase(content->name, "BEGIN")) {
             if (open.size() == maximumDepth) {
                 return std::nullopt;
             }
@@ -87,7 +89,7 @@ std::optional<ParsedComponent> ParsedComponent::parse(std::string_view text, Tex
             open.push_back(&child);
         } else if (open.empty()) {
             return std::nullopt;
-        } else if (equalsIgnoringCase(content->name, "END")) {
+        } else if (isPlain && equalsIgnoringCase(content->name, "END")) {
             Component& ended = *open.back();
             if (!equalsIgnoringCase(unicode::trimmed(content->value), ended.name)) {
                 return std::nullopt;

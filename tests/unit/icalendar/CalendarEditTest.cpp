@@ -880,5 +880,16 @@ TEST(Edits, OfOneFieldAfterAnotherKeepBoth) {
     EXPECT_EQ(timesIn(*second, "SEQUENCE:2\r\n"), 1u);
 }
 
+// An END with parameters ends nothing: the copy that becomes an exception must hold the real one.
+TEST(Edits, CopyAnEventToItsEnd) {
+    const std::string text =
+        eventStream(anHour + "RRULE:FREQ=DAILY;COUNT=2\nEND;X=Y:VEVENT\nX-A:b\n");
+    const auto after = updated(text, titled("new"));
+    ASSERT_TRUE(after);
+    EXPECT_EQ(findEvent(*after, "e")->event.title, "new");
+    EXPECT_EQ(scanStream(*after).broken, 0u);
+    EXPECT_EQ(timesIn(*after, "X-A:b"), 2u);
+}
+
 } // namespace
 } // namespace quenbrook::icalendar
