@@ -1,10 +1,8 @@
 #include "tests/fuzz/AroundEdit.h"
 
-#define QBDEBUG
 #include "icalendar/event/EventMapping.h"
 #include "icalendar/stream/ParsedStream.h"
 #include "tests/fuzz/Require.h"
-#include <cstdio>
 
 #include <algorithm>
 #include <array>
@@ -60,7 +58,7 @@ bool isIn(const Event& event, const Window& window) {
 
 struct View {
     std::vector<Seen> instances;
-    // Whether a master does.
+    // Whether all masters do.
     bool recurs = false;
     bool hasSuperseded = false;
     // Not where a limit ended the search.
@@ -71,8 +69,9 @@ View viewOf(std::string_view text, std::string_view uid, const Window& window) {
     ParsedStream stream(text);
     View view;
     if (const auto series = stream.series(uid)) {
-        view.recurs = std::any_of(series->masters().begin(), series->masters().end(),
-            [](const icalendar::EventComponent& master) { return master.recurs(); });
+        const auto& masters = series->masters();
+        view.recurs = !masters.empty() && std::all_of(masters.begin(), masters.end(),
+                                              [](const auto& master) { return master.recurs(); });
         view.hasSuperseded = !series->superseded().empty();
         for (const icalendar::Instance& each : series->instancesIn(window.from, window.until)) {
             view.instances.push_back(seen(each.originalStart.instant(), icalendar::eventOf(each)));
