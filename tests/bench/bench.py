@@ -19,7 +19,7 @@ DATA = BUILD / "data"
 PROGRAM = BUILD / "src" / "quenbrook"
 DROP_CACHES = pathlib.Path("/proc/sys/vm/drop_caches")
 # Of the program, when it has to wait for the disk.
-MOST_THREADS = 32
+MOST_THREADS = 16
 MONTH = {"startISO": "2026-03-01T00:00:00Z", "endISO": "2026-04-01T00:00:00Z"}
 CALENDAR = "account/calendar"
 # To reading alone with one thread, by the number of events.
