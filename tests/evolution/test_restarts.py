@@ -101,8 +101,8 @@ class Restarts(DesktopTest):
                     self.identifier = self.create(self.calendar, "Before")
                     result = self.run_with_restart(word, answered, after_answer)
                     if result is None:
+                        # A service that had saved all before it was killed leaves nothing unknown.
                         self.assertGreaterEqual(done, 4)
-                        self.assertGreaterEqual(unknown, 1)
                         return
                     status, out, err = result
                     if status == 0:
