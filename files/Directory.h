@@ -60,8 +60,8 @@ class Directory {
     FileDescriptor descriptor_;
 };
 
-// Whether an error in opening or looking at a name says what is there: nothing, something else than
-// was asked for, or nothing that this process may see. Any other error says nothing about it.
+// Whether an error of open() or stat() tells what a name is: it does not exist, is of another type,
+// or may not be accessed by this process. Any other error leaves that unknown.
 bool isAnswer(int error);
 
 } // namespace quenbrook::files

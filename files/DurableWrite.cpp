@@ -37,7 +37,7 @@ int syncToDisk(int descriptor) {
     return retryOnEintr([&] { return ::fsync(descriptor); });
 }
 
-// Returns nullopt when there is nothing of that name, or it cannot be told.
+// Returns nullopt when the name does not exist or cannot be looked at.
 std::optional<FileIdentity> identityOf(const Directory& directory, const std::string& name) {
     struct stat status = {};
     const int result = retryOnEintr([&] {

@@ -10,10 +10,10 @@
 // half done. Each is complete, and safe on the disk, when it returns; where the file system cannot
 // sync a directory, as safe as it makes it. Callers hold the directory's lock.
 //
-// Another program that knows nothing of the lock may change a file at any instant. What a write
-// replaces or removes is therefore taken out of its place in one step, under a name of its own, and
-// looked at: what is not what was read goes back. After a kill, or when it cannot go back, it stays
-// under that name (quarantine); nothing here ever looks at it again or removes it.
+// Other programs do not take the lock and may change a file at any instant. So a write moves the
+// file that it replaces or removes to a new name in one step, and then compares it with what was
+// read: when it differs, it goes back. After a kill, or when it cannot go back, it stays
+// under the new name (quarantine), which nothing here reads or removes again.
 //
 // All throw std::system_error when the system refuses; the file then is as it was, but in two
 // cases: when the last step fails, the sync of the directory, a replaced file stays replaced and a

@@ -74,8 +74,8 @@ std::string encodeText(std::string_view text);
 // What ends a line (section 3.1), unless a file keeps to another way.
 inline constexpr std::string_view crlf = "\r\n";
 
-// How long the byte order mark is with which a text begins: nothing of iCalendar, but some programs
-// begin every UTF-8 file with it. 0 when it begins with none.
+// The length of the byte order mark at the beginning of a text, in bytes; 0 when there is none.
+// iCalendar has no such mark, but some programs write one into every UTF-8 file.
 std::size_t lengthOfMark(std::string_view text);
 
 // How much stands before the first line of a stream: blanks, line breaks and byte order marks,

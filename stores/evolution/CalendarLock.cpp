@@ -25,8 +25,8 @@ filesystem::path placeIn(const char* variable) {
     return place.is_absolute() ? place : filesystem::path();
 }
 
-// Runs in one session find its bus by one variable or another. They must meet here all the same, so
-// this is not the session's directory.
+// Not XDG_RUNTIME_DIR: a run that finds the bus by DBUS_SESSION_BUS_ADDRESS alone does not know it,
+// and would take its lock elsewhere.
 filesystem::path lockDirectory() {
     const filesystem::path cache = placeIn("XDG_CACHE_HOME");
     if (!cache.empty()) {

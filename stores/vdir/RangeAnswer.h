@@ -42,7 +42,7 @@ class RangeAnswer {
     void add(FileKey key, icalendar::FoundInstances found,
         std::vector<icalendar::FoundInstance> firsts = {});
 
-    // Takes a file out that is gone; does nothing when nothing was found in it.
+    // Forgets a file that is gone. No error when it was never added.
     void remove(const FileKey& key);
 
     // Hands all over, by key.

@@ -78,8 +78,8 @@ nlohmann::json documentOf(std::string_view word, const Output& output) {
     const std::string& line = isDone ? output.output : output.error;
     require(line.find('\n') == line.size() - 1);
     auto document = nlohmann::json::parse(line, nullptr, false);
-    // Most runs say the same, and to look at it takes half of the time. What is kept must not grow:
-    // that would look like a leak.
+    // Most answers are repeated, and validating one takes half of the time of a run. The table has
+    // a fixed size: libFuzzer reports memory that grows as a leak.
     static std::array<std::size_t, 4096> known{};
     const std::string schema = isDone ? std::string(word) + ".answer.json" : "error.json";
     const std::size_t hash = std::hash<std::string>()(schema + line);

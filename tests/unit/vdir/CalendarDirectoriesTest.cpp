@@ -279,7 +279,7 @@ TEST_F(CalendarListings, TellTypesOfAccountsAndWhatMayBeWrittenTo) {
     }
 }
 
-// The file of an account says nothing of a calendar that has none.
+// "type" is a file of accounts. A calendar without an account has none.
 TEST_F(CalendarListings, TakeTypesOfAccountsOnly) {
     files_.write("calendar/type", "subscription");
     EXPECT_EQ(only(), (model::Calendar{"calendar", "calendar", true, {}, {}}));
