@@ -19,20 +19,40 @@ std::optional<std::chrono::sys_seconds> originalStartOf(
     return series.recurs() ? std::optional(instance.originalStart.instant()) : std::nullopt;
 }
 
-FoundEvent found(const Series& series, const Instance& instance) {
-    return {{instance.component->uid, originalStartOf(series, instance)}, eventOf(instance)};
-}
-
-// What all the instances that one file yields may take: an event of megabytes can recur for ever.
-constexpr std::size_t maximumSize = std::size_t{256} << 20;
 constexpr std::size_t sizeOfValue = 256;
 
-// About what it takes to hand an instance out.
-std::size_t sizeOf(const Instance& instance, const model::Event& event) {
-    const TextRange& text = (*instance.component->component).range;
-    const std::size_t values = 1 + event.participants.size() + event.recurrenceRules.size();
-    return text.end - text.begin + values * sizeOfValue;
+std::size_t sizeOf(const std::optional<std::string>& text) {
+    return text ? text->size() : 0;
 }
+
+std::size_t sizeOf(const model::RecurrenceRule& rule) {
+    return sizeOfValue +
+           sizeof(std::int64_t) * (rule.daysOfTheWeek.size() + rule.daysOfTheMonth.size() +
+                                      rule.monthsOfTheYear.size());
+}
+
+std::size_t sizeOf(const std::string& uid, const model::Event& event) {
+    std::size_t size = sizeOfValue + uid.size() + sizeOf(event.title) + sizeOf(event.location) +
+                       sizeOf(event.notes);
+    for (const model::Participant& participant : event.participants) {
+        size += sizeOfValue + participant.url.size() + sizeOf(participant.name);
+    }
+    for (const model::RecurrenceRule& rule : event.recurrenceRules) {
+        size += sizeOf(rule);
+    }
+    return size;
+}
+
+FoundEvent found(const Series& series, const Instance& instance) {
+    const std::string& uid = instance.component->uid;
+    model::Event event = eventOf(instance);
+    const std::size_t size = sizeOf(uid, event);
+    return {{uid, originalStartOf(series, instance)}, std::move(event), size};
+}
+
+// What the instances of series, and all events that are large, may take of one file: an event of
+// megabytes can recur for ever.
+constexpr std::size_t maximumSize = std::size_t{256} << 20;
 
 using Summaries = std::vector<const EventSummary*>;
 
@@ -85,6 +105,7 @@ FoundInstances RangeQuery::find(std::string_view text, std::int64_t steps) const
     FoundInstances all;
     ParsedStream stream(text, steps);
     std::size_t size = 0;
+    std::size_t sizeOfLarge = 0;
     for (const Summaries& group : candidates(text, stream.scan(), daysAround(from_, until_))) {
         const auto series = stream.series(group);
         if (!series) {
@@ -98,11 +119,17 @@ FoundInstances RangeQuery::find(std::string_view text, std::int64_t steps) const
                 event = std::make_shared<FoundEvent>(found(*series, instance));
                 described = instance.component;
             }
+            if (isFirst && event->isLarge()) {
+                sizeOfLarge += event->size;
+                if (sizeOfLarge > maximumSize) {
+                    break;
+                }
+            }
             all.instances.push_back({event, originalStartOf(*series, instance), instance.span.start,
                 instance.span.end, isFirst});
             isFirst = false;
-            size += sizeOf(instance, event->event);
-            // One of each is found in any case.
+            size += event->size;
+            // One of each that is not large is found in any case.
             if (size > maximumSize) {
                 break;
             }

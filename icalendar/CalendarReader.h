@@ -35,6 +35,12 @@ struct FoundEvent {
     EventKey key;
     // Without identifier, calendar and handle, which are the store's to set.
     model::Event event;
+    // About what it takes to hand an instance out, in bytes: the texts, and 256 for itself, each
+    // participant and each rule.
+    std::size_t size = 0;
+
+    // Whether few files of such events would take all memory. More than 4,000 participants do.
+    bool isLarge() const { return size > std::size_t{1} << 20; }
 };
 
 // One of the instances that a component describes: the event, and what this instance has of its

@@ -1,31 +1,53 @@
 #include "stores/vdir/RangeAnswer.h"
 
-#include <algorithm>
-#include <optional>
+#include <iterator>
+#include <utility>
 
 namespace quenbrook::stores::vdir {
 namespace {
 
 using icalendar::FoundInstance;
 
-constexpr std::size_t sizeOfValue = 256;
-
-std::size_t sizeOf(const std::optional<std::string>& text) {
-    return text ? text->size() : 0;
+bool isNoFirst(const FoundInstance& occurrence) {
+    return !occurrence.isFirst;
 }
 
-// About what it takes to hand an occurrence out.
-std::size_t sizeOf(const FoundInstance& occurrence) {
-    const model::Event& event = occurrence.event->event;
-    std::size_t size = sizeOf(event.title) + sizeOf(event.location) + sizeOf(event.notes) +
-                       sizeOfValue * (1 + event.participants.size() + event.recurrenceRules.size());
-    for (const model::Participant& participant : event.participants) {
-        size += participant.url.size() + sizeOf(participant.name);
-    }
-    return size;
+bool isLarge(const FoundInstance& occurrence) {
+    return occurrence.event->isLarge();
 }
 
 } // namespace
+
+std::vector<FileKey> SharedLimit::add(const FileKey& key, std::int64_t amount) {
+    if (isBeyond(key)) {
+        return {key};
+    }
+    amounts_.emplace(key, amount);
+    sum_ += amount;
+    std::vector<FileKey> beyond;
+    while (sum_ > limit_) {
+        const auto last = std::prev(amounts_.end());
+        sum_ -= last->second;
+        firstBeyond_ = last->first;
+        beyond.push_back(last->first);
+        amounts_.erase(last);
+    }
+    return beyond;
+}
+
+void SharedLimit::remove(const FileKey& key) {
+    const auto found = amounts_.find(key);
+    if (found != amounts_.end()) {
+        sum_ -= found->second;
+        amounts_.erase(found);
+    }
+}
+
+RangeAnswer::RangeAnswer(const RangeLimits& limits)
+    : size_(static_cast<std::int64_t>(limits.size))
+    , largeSize_(static_cast<std::int64_t>(limits.size))
+    , costlySize_(static_cast<std::int64_t>(limits.size))
+    , costlySteps_(limits.steps) {}
 
 void RangeAnswer::add(
     FileKey key, icalendar::FoundInstances found, std::vector<FoundInstance> firsts) {
@@ -33,59 +55,52 @@ void RangeAnswer::add(
     if (found.instances.empty() && !isCostly) {
         return;
     }
-    File file{std::move(found.instances), std::move(firsts), isCostly};
-    file.steps = isCostly ? found.steps : 0;
-    for (const FoundInstance& occurrence : file.occurrences) {
-        file.added += occurrence.isFirst ? 0 : sizeOf(occurrence);
+    std::int64_t size = 0;
+    std::int64_t largeSize = 0;
+    for (const FoundInstance& occurrence : found.instances) {
+        const auto sizeOfOne = static_cast<std::int64_t>(occurrence.event->size);
+        size += occurrence.isFirst ? 0 : sizeOfOne;
+        largeSize += occurrence.isFirst && isLarge(occurrence) ? sizeOfOne : 0;
     }
-    Kind& kind = kindOf(file);
-    if (isBeyond(kind, key)) {
-        reduce(file);
-    }
-    kind.added += file.added;
-    kind.steps += file.steps;
-    files_.emplace(std::move(key), std::move(file));
-    while (kind.added > limits_.size || kind.steps > limits_.steps) {
-        const auto last = std::find_if(files_.rbegin(), files_.rend(), [&](const auto& each) {
-            return each.second.isCostly == isCostly &&
-                   (each.second.added > 0 || each.second.steps > 0);
-        });
-        kind.added -= last->second.added;
-        kind.steps -= last->second.steps;
-        reduce(last->second);
-        kind.firstReduced = last->first;
+    files_.emplace(key, std::move(found.instances));
+    if (isCostly) {
+        std::erase_if(firsts, isLarge);
+        firsts_.emplace(key, std::move(firsts));
+        fallBack(costlySteps_.add(key, found.steps));
+        fallBack(costlySize_.add(key, size + largeSize));
+    } else if (size + largeSize > 0) {
+        drop(size_.add(key, size), isNoFirst);
+        drop(largeSize_.add(key, largeSize), isLarge);
     }
 }
 
 void RangeAnswer::remove(const FileKey& key) {
-    const auto found = files_.find(key);
-    if (found != files_.end()) {
-        Kind& kind = kindOf(found->second);
-        kind.added -= found->second.added;
-        kind.steps -= found->second.steps;
-        files_.erase(found);
+    for (SharedLimit* const limit : {&size_, &costlySize_, &costlySteps_, &largeSize_}) {
+        limit->remove(key);
     }
+    files_.erase(key);
+    firsts_.erase(key);
 }
 
 std::map<FileKey, std::vector<FoundInstance>> RangeAnswer::take() {
-    std::map<FileKey, std::vector<FoundInstance>> all;
-    for (auto& [key, file] : files_) {
-        all.emplace_hint(all.end(), key, std::move(file.occurrences));
-    }
-    files_.clear();
-    return all;
+    return std::exchange(files_, {});
 }
 
-void RangeAnswer::reduce(File& file) {
-    if (file.isCostly) {
-        file.occurrences = std::move(file.firsts);
-    } else {
-        std::erase_if(
-            file.occurrences, [](const FoundInstance& occurrence) { return !occurrence.isFirst; });
+void RangeAnswer::fallBack(const std::vector<FileKey>& beyond) {
+    for (const FileKey& key : beyond) {
+        if (auto firsts = firsts_.extract(key)) {
+            files_.at(key) = std::move(firsts.mapped());
+        }
     }
-    file.occurrences.shrink_to_fit();
-    file.added = 0;
-    file.steps = 0;
+}
+
+void RangeAnswer::drop(
+    const std::vector<FileKey>& beyond, bool (*isDropped)(const FoundInstance&)) {
+    for (const FileKey& key : beyond) {
+        std::vector<FoundInstance>& occurrences = files_.at(key);
+        std::erase_if(occurrences, isDropped);
+        occurrences.shrink_to_fit();
+    }
 }
 
 } // namespace quenbrook::stores::vdir

@@ -144,6 +144,20 @@ class Limits(QuenbrookTest):
         self.assertEqual(counts, sorted(counts, reverse=True))
         self.assertEqual(result.out.count(b'"id":"work:good"'), 1)
 
+    def test_lists_no_more_large_events_than_it_promises(self):
+        """Each attendee is reckoned with 256 bytes: ten such files are within 256 MiB."""
+        large = self.put("work", "x.ics", [event(START, *["ATTENDEE:"] * 100_000, uid="x")])
+        for number in range(99):
+            os.link(large, large.with_name(f"x{number:02}.ics"))
+        self.assertEqual(len(self.listed()), 10)
+
+    def test_lists_no_more_large_events_of_one_file_than_it_promises(self):
+        self.put("work", "x.ics", [
+            *[event(START, *["ATTENDEE:"] * 100_000, uid=f"x{number:02}") for number in range(30)],
+            event(START, uid="plain")])
+        self.assertEqual({each["id"] for each in self.listed()},
+                         {*[f"work:x{number:02}" for number in range(10)], "work:plain"})
+
     def test_shares_the_steps_of_rules_among_files_that_take_many(self):
         """Each of these takes less than one file may, and each series 740,000 steps; another file
         beside them is listed as ever."""

@@ -224,6 +224,20 @@ TEST(RangeQueries, TellTheFirstInstanceOfEachSeries) {
     EXPECT_GT(firsts, 100u);
 }
 
+TEST(RangeQueries, ReckonTheSizeOfAnEvent) {
+    const std::string text =
+        stream("BEGIN:VEVENT\nUID:12345\nDTSTART:20260105T000000Z\nRRULE:FREQ=DAILY;COUNT=2\n"
+               "RRULE:FREQ=MONTHLY;COUNT=2;BYMONTHDAY=5,6\nSUMMARY:1234567\nLOCATION:123\n"
+               "DESCRIPTION:12\nATTENDEE;CN=1234:mailto:a@b.example\nATTENDEE:urn:x\nEND:VEVENT\n");
+    const RangeQuery query(at("2026-01-05T00:00:00Z"), at("2026-01-05T00:01:00Z"));
+    const std::size_t expected = 256 + 5 + 7 + 3 + 2 + 2 * 256 + 2 * 8 + 2 * 256 + 4 + 18 + 5;
+    for (const FoundInstance& found : query.instancesIn(text).instances) {
+        EXPECT_EQ(found.event->size, expected);
+    }
+    EXPECT_EQ(query.instancesIn(text).instances.size(), 1u);
+    EXPECT_EQ(findEvent(text, "12345")->size, expected);
+}
+
 TEST(RangeQueries, TellTheStepsOfRulesThatTakeMany) {
     const std::string text =
         stream("BEGIN:VEVENT\nUID:e\nDTSTART:00010101T000000Z\n"

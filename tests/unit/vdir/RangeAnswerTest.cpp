@@ -18,6 +18,7 @@ icalendar::FoundInstances occurrences(std::size_t count, std::int64_t steps = 0)
     for (const char* uid : {"a", "b"}) {
         const auto event = std::make_shared<icalendar::FoundEvent>();
         event->key.uid = uid;
+        event->size = 256;
         for (std::size_t i = 0; i < count; ++i) {
             all.push_back({event, {}, {}, {}, i == 0});
         }
@@ -62,17 +63,43 @@ TEST(RangeAnswers, CountNoFirstOccurrences) {
     EXPECT_EQ(taken(answer), std::vector<std::size_t>(100, 2));
 }
 
-TEST(RangeAnswers, CountTheTextsAndParticipantsOfAnEvent) {
-    const auto crowded = std::make_shared<icalendar::FoundEvent>();
-    crowded->event.title = std::string(10, 't');
-    crowded->event.participants = {{.url = std::string(20, 'u'), .name = std::string(30, 'n')}, {}};
-    crowded->event.recurrenceRules.resize(1);
-    const std::size_t size = 256 * 4 + 10 + 20 + 30;
-    for (const auto& [limit, left] : {std::pair(size, 2u), std::pair(size - 1, 1u)}) {
-        RangeAnswer answer({.size = limit});
-        answer.add({0, "a"}, {{{crowded, {}, {}, {}, true}, {crowded, {}, {}, {}}}, 0});
-        EXPECT_EQ(taken(answer), std::vector<std::size_t>{left});
-    }
+// Of a large event and a small one.
+icalendar::FoundInstances largeAndSmall(std::size_t size, std::int64_t steps = 0) {
+    icalendar::FoundInstances found = occurrences(1, steps);
+    found.instances.front().event->size = size;
+    return found;
+}
+
+constexpr std::size_t large = (1 << 20) + 1;
+
+TEST(RangeAnswers, HoldNoLargeEventBeyondTheLimit) {
+    RangeAnswer answer({.size = 2 * large});
+    answer.add({0, "d"}, largeAndSmall(large));
+    answer.add({0, "c"}, largeAndSmall(large - 1));
+    answer.add({0, "b"}, largeAndSmall(large));
+    answer.add({0, "a"}, largeAndSmall(large));
+    EXPECT_EQ(taken(answer), (std::vector<std::size_t>{2, 2, 2, 1}));
+}
+
+TEST(RangeAnswers, CountLargeEventsBesideWhatRecurs) {
+    RangeAnswer answer({.size = large});
+    icalendar::FoundInstances found = largeAndSmall(large);
+    found.instances.push_back(found.instances.front());
+    found.instances.back().isFirst = false;
+    answer.add({0, "a"}, found);
+    answer.add({0, "b"}, occurrences(2));
+    EXPECT_EQ(taken(answer), (std::vector<std::size_t>{3, 2}));
+}
+
+TEST(RangeAnswers, HoldNoLargeEventOfCostlyFilesBeyondTheirLimit) {
+    const std::int64_t steps = icalendar::RangeQuery::modestSteps;
+    RangeAnswer answer({.size = 2 * large});
+    answer.add({0, "a"}, largeAndSmall(large, steps), largeAndSmall(large).instances);
+    answer.add({0, "b"}, largeAndSmall(large, steps), largeAndSmall(large).instances);
+    answer.add({0, "c"}, largeAndSmall(large, steps), largeAndSmall(large).instances);
+    answer.add({0, "d"}, largeAndSmall(large));
+    EXPECT_FALSE(answer.mayBeCostly({0, "d"}));
+    EXPECT_EQ(taken(answer), (std::vector<std::size_t>{2, 2, 1, 2}));
 }
 
 // What a new reading within modest steps would find: of one event the first occurrence.
@@ -116,14 +143,17 @@ TEST(RangeAnswers, DoNotDependOnTheOrderInWhichFilesCome) {
             FileKey key;
             std::size_t count;
             std::int64_t steps;
+            std::size_t size;
         };
         const std::int64_t modest = icalendar::RangeQuery::modestSteps;
         std::vector<File> files;
         for (std::size_t i = 0; i < 1 + below(12); ++i) {
             files.push_back({{below(3), std::to_string(i)}, 1 + below(20),
-                below(3) == 0 ? modest * static_cast<std::int64_t>(1 + below(5)) : 0});
+                below(3) == 0 ? modest * static_cast<std::int64_t>(1 + below(5)) : 0,
+                below(3) == 0 ? large : 256});
         }
-        const RangeLimits limits{below(added(60)), modest * static_cast<std::int64_t>(below(20))};
+        const RangeLimits limits{
+            below(added(60)) + large * below(4), modest * static_cast<std::int64_t>(below(20))};
         std::vector<std::size_t> expected;
         for (int order = 0; order < 5; ++order) {
             std::shuffle(files.begin(), files.end(), chance);
@@ -131,9 +161,13 @@ TEST(RangeAnswers, DoNotDependOnTheOrderInWhichFilesCome) {
             for (const File& file : files) {
                 // As readers do that know what is beyond the limits.
                 const bool isWhole = file.steps < modest || answer.mayBeCostly(file.key);
-                answer.add(file.key,
-                    isWhole ? occurrences(file.count, file.steps) : occurrences(2, modest),
-                    file.steps < modest ? std::vector<FoundInstance>() : oneFirst());
+                icalendar::FoundInstances found =
+                    isWhole ? occurrences(file.count, file.steps) : occurrences(2, modest);
+                found.instances.front().event->size = file.size;
+                std::vector<FoundInstance> firsts = oneFirst();
+                firsts.front().event->size = file.size;
+                answer.add(
+                    file.key, found, file.steps < modest ? std::vector<FoundInstance>() : firsts);
             }
             const std::vector<std::size_t> sizes = taken(answer);
             expected = order == 0 ? sizes : expected;
