@@ -8,16 +8,14 @@
 #include "icalendar/CalendarReader.h"
 #include "stores/vdir/CalendarDirectories.h"
 #include "stores/vdir/EventFiles.h"
-#include "stores/vdir/RangeAnswer.h"
+#include "stores/vdir/EventSearch.h"
+#include "stores/vdir/RangeReading.h"
 #include "stores/vdir/StoreRoot.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <deque>
 #include <functional>
-#include <iterator>
 #include <map>
-#include <mutex>
 #include <set>
 #include <span>
 #include <system_error>
@@ -32,9 +30,6 @@ using model::AuthorizationStatus;
 // How often a change is applied afresh because another program has changed the file. Some file
 // systems tell another identity each time, and the loop must end there too.
 constexpr int maximumAttempts = 100;
-
-// How many calendars are read together, each with a descriptor of its own.
-constexpr std::size_t directoriesTogether = 64;
 
 struct VdirHandle : model::EventHandle {
     VdirHandle(std::string identifier, std::string name, icalendar::EventKey eventKey)
@@ -93,14 +88,6 @@ bool comesBefore(const FoundInstance& left, const FoundInstance& right) {
     const model::Event& rightEvent = right.event->event;
     return std::tie(left.start, left.end, leftEvent.identifier, handleOf(leftEvent).file) <
            std::tie(right.start, right.end, rightEvent.identifier, handleOf(rightEvent).file);
-}
-
-// Whether this text, which comes from a request, can be part of a file's name and of nothing else.
-bool isPlainName(std::string_view text) {
-    constexpr std::string_view allowed =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_@.";
-    return !text.empty() && text.front() != '.' &&
-           text.find_first_not_of(allowed) == std::string_view::npos;
 }
 
 // What is written must not be more than a reader takes.
@@ -185,7 +172,8 @@ class VdirStore : public CalendarStore {
             for (const CalendarDirectory& directory : tree().ofEvent(identifier)) {
                 const std::size_t prefix = directory.calendar->identifier.size() + 1;
                 const std::optional<files::Directory> opened = openCalendar(directory);
-                auto found = opened ? search(*opened, identifier.substr(prefix)) : std::nullopt;
+                auto found = opened ? searchEvent(*opened, identifier.substr(prefix), threads_)
+                                    : std::nullopt;
                 if (found) {
                     return completed(std::move(found->event), directory, found->file);
                 }
@@ -225,11 +213,6 @@ class VdirStore : public CalendarStore {
     }
 
   private:
-    struct SearchResult {
-        icalendar::FoundEvent event;
-        std::string file;
-    };
-
     // Makes the root on the first run.
     const std::optional<files::Directory>& openRoot() {
         if (root_ || !path_) {
@@ -306,44 +289,11 @@ class VdirStore : public CalendarStore {
     // What the query finds in these calendars.
     std::vector<FoundInstance> find(
         const icalendar::RangeQuery& query, std::span<const CalendarDirectory> calendars) const {
-        RangeAnswer answer;
-        // Its elements stay where they are.
-        std::deque<files::Directory> opened;
-        std::vector<EventFiles> together;
-        std::vector<std::size_t> numbers;
-        const auto findInThese = [&] {
-            find(query, together, numbers, answer);
-            together.clear();
-            numbers.clear();
-            opened.clear();
-        };
-        const auto open = [&](std::size_t number) {
-            std::optional<files::Directory> directory = openCalendar(calendars[number]);
-            if (directory) {
-                EventFiles files(opened.emplace_back(std::move(*directory)));
-                together.push_back(std::move(files));
-                numbers.push_back(number);
-            }
-        };
-        for (std::size_t i = 0; i < calendars.size(); ++i) {
-            if (together.size() == directoriesTogether) {
-                findInThese();
-            }
-            try {
-                open(i);
-            } catch (const std::system_error& error) {
-                // There may be too many open directories for one more.
-                if (!files::isWantOfDescriptors(error) || together.empty()) {
-                    throw;
-                }
-                opened.erase(opened.begin() + std::ssize(together), opened.end());
-                findInThese();
-                open(i);
-            }
-        }
-        findInThese();
         std::vector<FoundInstance> found;
-        for (auto& [key, inFile] : answer.take()) {
+        if (calendars.empty()) {
+            return found;
+        }
+        for (auto& [key, inFile] : readRange(*root_, calendars, query, threads_)) {
             for (FoundInstance& occurrence : inFile) {
                 if (!occurrence.event->event.identifier) {
                     complete(*occurrence.event, calendars[key.first], key.second);
@@ -352,78 +302,6 @@ class VdirStore : public CalendarStore {
             }
         }
         return found;
-    }
-
-    void find(const icalendar::RangeQuery& query, std::span<EventFiles> directories,
-        std::span<const std::size_t> numbers, RangeAnswer& answer) const {
-        std::mutex finding;
-        const auto mayBeCostly = [&](const FileKey& key) {
-            const std::lock_guard lock(finding);
-            return answer.mayBeCostly(key);
-        };
-        readEventFiles(
-            directories, threads_,
-            [&](std::size_t directory, const std::string& name, std::string_view text) {
-                FileKey key{numbers[directory], name};
-                auto found = query.instancesOfModestSteps(text);
-                const bool isCostly = found.steps >= icalendar::RangeQuery::modestSteps;
-                std::vector<FoundInstance> firsts;
-                if (isCostly) {
-                    std::copy_if(found.instances.begin(), found.instances.end(),
-                        std::back_inserter(firsts), std::mem_fn(&FoundInstance::isFirst));
-                    if (mayBeCostly(key)) {
-                        found = query.instancesIn(text);
-                    }
-                }
-                if (isCostly || !found.instances.empty()) {
-                    const std::lock_guard lock(finding);
-                    answer.add(std::move(key), std::move(found), std::move(firsts));
-                }
-                return true;
-            },
-            [&](std::size_t directory, const std::string& name) {
-                answer.remove({numbers[directory], name});
-            });
-    }
-
-    // A file named after the UID, as nearly all are, is looked at before the directory is listed:
-    // a listing of 10,000 names takes longer than all the rest.
-    std::optional<SearchResult> search(
-        const files::Directory& directory, std::string_view uid) const {
-        if (isPlainName(uid)) {
-            const files::DirectoryEntry likely{std::string(uid) + std::string(eventSuffix),
-                files::DirectoryEntry::Kind::file, true};
-            files::FileReader reader;
-            const auto text = reader.read(directory, likely);
-            auto found = text ? icalendar::findEvent(*text, uid) : std::nullopt;
-            if (found) {
-                return SearchResult{std::move(*found), likely.name};
-            }
-        }
-        return searchInAll(directory, uid);
-    }
-
-    // What the first file by name has that has it.
-    std::optional<SearchResult> searchInAll(
-        const files::Directory& directory, std::string_view uid) const {
-        EventFiles files(directory);
-        files.sort();
-        std::mutex finding;
-        std::map<std::string, icalendar::FoundEvent> found;
-        readEventFiles(
-            {&files, 1}, threads_,
-            [&](std::size_t, const std::string& name, std::string_view text) {
-                auto event = icalendar::findEvent(text, uid);
-                const std::lock_guard lock(finding);
-                if (event) {
-                    found.emplace(name, std::move(*event));
-                }
-                return found.empty() || name < found.begin()->first;
-            },
-            [](std::size_t, const std::string&) {});
-        return found.empty() ? std::nullopt
-                             : std::optional(SearchResult{
-                                   std::move(found.begin()->second), found.begin()->first});
     }
 
     // Applies a change to the event's file as it is under the lock, afresh when another program
@@ -466,7 +344,7 @@ class VdirStore : public CalendarStore {
         if (content && icalendar::findEvent(content->text, handle.key.uid)) {
             return CurrentFile{handle.file, std::move(*content)};
         }
-        const auto found = search(directory, handle.key.uid);
+        const auto found = searchEvent(directory, handle.key.uid, threads_);
         auto moved = found ? files::readForChange(directory, found->file) : std::nullopt;
         return moved ? std::optional(CurrentFile{found->file, std::move(*moved)}) : std::nullopt;
     }
