@@ -87,7 +87,8 @@ class Limits(QuenbrookTest):
 
     def test_lists_what_stands_beside_a_thousand_rules_of_every_second(self):
         self.put("work", "a.ics", [
-            *[event(START, "RRULE:FREQ=SECONDLY", uid=f"{number:03}") for number in range(1_000)],
+            *[event(START, "RRULE:FREQ=SECONDLY", "DESCRIPTION:" + "x" * 10_000, uid=f"{number:03}")
+              for number in range(1_000)],
             event(START, uid="plain")])
         listed = {each["id"] for each in self.listed()}
         self.assertEqual(listed, {f"work:{number:03}" for number in range(1_000)} | {"work:plain"})
