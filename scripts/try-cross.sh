@@ -63,8 +63,9 @@ apt tools install dpkg-dev python3 ${emulator:+qemu-user-static "crossbuild-esse
 apt libraries build-dep --host-architecture="$architecture" "$sources"
 apt "libraries of the tests" install "libgtest-dev:$architecture" "libgmock-dev:$architecture"
 
-compiler=$(chroot "$machine" dpkg-architecture -a "$architecture" -q DEB_HOST_GNU_TYPE)-g++
-processor=$(chroot "$machine" dpkg-architecture -a "$architecture" -q DEB_HOST_GNU_CPU)
+# Without CC it compares with this machine's compiler, and warns.
+processor=$(CC=true chroot "$machine" dpkg-architecture -a "$architecture" -q DEB_HOST_GNU_CPU)
+compiler=$(CC=true chroot "$machine" dpkg-architecture -a "$architecture" -q DEB_HOST_GNU_TYPE)-g++
 options=(-DQUENBROOK_TESTS=unit -DQUENBROOK_STATIC_ICU=ON -DQUENBROOK_WERROR=ON -DCMAKE_UNITY_BUILD=ON
     -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG='-O1 -g1' -DCMAKE_CXX_COMPILER="$compiler"
     -DPKG_CONFIG_EXECUTABLE="/usr/bin/${compiler%g++}pkg-config")
