@@ -27,44 +27,23 @@ void appendOnLinesOfItsOwn(std::string& text, std::string_view component) {
     }
 }
 
-// Only properties whose names begin with one of these letters can hold dates with a zone.
+// Only properties whose names begin with one of these letters can hold dates with a zone, and most
+// lines have no parameters.
 bool mayNameZone(std::string_view line) {
     constexpr std::string_view letters = "DdEeRr";
-    return !line.empty() && letters.find(line.front()) != std::string_view::npos;
-}
-
-// Calls `visit` with each logical line that may name a zone.
-template <class Visit>
-void visitDates(std::string_view text, Visit visit) {
-    std::string unfolded;
-    std::size_t position = 0;
-    while (const auto line = contentLineAt(text, position, unfolded)) {
-        position = line->next;
-        if (mayNameZone(line->text)) {
-            visit(line->text);
-        }
-    }
-}
-
-void changeValue(
-    const Property& property, TextEdit& edit, std::string_view lineEnd, const ValueChange& change) {
-    const auto value = change(property.value);
-    if (!value) {
-        edit.replace(property.range, {});
-    } else if (*value != property.value) {
-        std::string line(property.name);
-        line += property.parameters.empty() ? "" : ";";
-        line += property.parameters;
-        line += ":";
-        line += *value;
-        edit.replace(property.range, foldLine(line, lineEnd));
-    }
+    return !line.empty() && letters.find(line.front()) != std::string_view::npos &&
+           line.find('=') < line.find(':');
 }
 
 void changeValues(const Component& component, TextEdit& edit, std::string_view lineEnd,
     const ValueChange& change) {
     for (const Property& property : component.properties) {
-        changeValue(property, edit, lineEnd, change);
+        const auto value = change(property.value);
+        if (!value) {
+            edit.replace(property.range, {});
+        } else if (*value != property.value) {
+            edit.replace(property.range, foldLine(withValue(property, *value), lineEnd));
+        }
     }
     for (const Component& inner : component.components) {
         changeValues(inner, edit, lineEnd, change);
@@ -89,16 +68,15 @@ void StreamAssembly::add(std::string_view text) {
 
 std::vector<std::string> StreamAssembly::undefinedZones() const {
     std::set<std::string> named;
-    visitDates(components_, [&](std::string_view line) {
-        // Most lines name no zone, and the others name the same few.
-        if (line.find('=') > line.find(':')) {
-            return;
-        }
-        const auto content = parseContentLine(line);
+    std::string unfolded;
+    std::size_t position = 0;
+    while (const auto line = contentLineAt(components_, position, unfolded)) {
+        position = line->next;
+        const auto content = mayNameZone(line->text) ? parseContentLine(line->text) : std::nullopt;
         if (auto zone = content ? parameterValue(*content, "TZID") : std::nullopt) {
             named.insert(std::move(*zone));
         }
-    });
+    }
     std::erase_if(named, [](const std::string& name) { return Zone::system(name).has_value(); });
     if (!named.empty()) {
         const std::string text = stream();

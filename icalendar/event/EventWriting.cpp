@@ -47,15 +47,6 @@ bool isHoldable(const model::RecurrenceRule& rule) {
            std::all_of(rule.monthsOfTheYear.begin(), rule.monthsOfTheYear.end(), isBetween(1, 12));
 }
 
-// "NAME;PARAMETERS:VALUE" with the name and parameters of an existing property.
-std::string withValue(const ContentLine& existing, std::string_view value) {
-    std::string line(existing.name);
-    if (!existing.parameters.empty()) {
-        line.append(";").append(existing.parameters);
-    }
-    return line.append(":").append(value);
-}
-
 // An instant as the stamps have it: whole seconds in UTC.
 std::string utcText(model::Instant instant) {
     const auto whole = std::chrono::floor<seconds>(instant);

@@ -56,7 +56,10 @@ std::size_t prefixAtCharacterEnd(std::string_view text, std::size_t limit) {
 } // namespace
 
 std::optional<ContentLine> parseContentLine(std::string_view line) {
-    const std::size_t nameEnd = nameLength(line);
+    std::size_t nameEnd = 0;
+    while (nameEnd < line.size() && line[nameEnd] != ';' && line[nameEnd] != ':') {
+        ++nameEnd;
+    }
     if (nameEnd == line.size() || nameEnd == 0) {
         return std::nullopt;
     }
@@ -73,6 +76,14 @@ std::optional<ContentLine> parseContentLine(std::string_view line) {
         return std::nullopt;
     }
     return ContentLine{name, line.substr(nameEnd + 1, colon - nameEnd - 1), line.substr(colon + 1)};
+}
+
+std::string withValue(const ContentLine& line, std::string_view value) {
+    std::string changed(line.name);
+    if (!line.parameters.empty()) {
+        changed.append(";").append(line.parameters);
+    }
+    return changed.append(":").append(value);
 }
 
 std::optional<std::string> parameterValue(const ContentLine& line, std::string_view name) {

@@ -19,18 +19,11 @@ struct ContentLine {
     std::string_view value;
 };
 
-// Where the name at the beginning of an unfolded line ends: at the first ";" or ":", or with the
-// line.
-inline std::size_t nameLength(std::string_view line) {
-    std::size_t length = 0;
-    while (length < line.size() && line[length] != ';' && line[length] != ':') {
-        ++length;
-    }
-    return length;
-}
-
 // Splits one unfolded line. Returns nullopt when it is no content line (no name, no ":").
 std::optional<ContentLine> parseContentLine(std::string_view line);
+
+// A line with this one's name and parameters and another value, not folded.
+std::string withValue(const ContentLine& line, std::string_view value);
 
 // The value of a parameter by name: quotes dropped, RFC 6868 escapes decoded. Returns nullopt when
 // it is absent.
