@@ -3,7 +3,6 @@
 #include "unicode/Text.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstddef>
 
@@ -13,16 +12,6 @@ namespace {
 using std::chrono::days;
 using std::chrono::seconds;
 using std::chrono::sys_seconds;
-
-// Calls `take` with each of the values that commas separate.
-template <class Take>
-void forEachValue(std::string_view values, Take take) {
-    while (!values.empty()) {
-        const std::size_t end = std::min(values.find(','), values.size());
-        take(values.substr(0, end));
-        values.remove_prefix(std::min(end + 1, values.size()));
-    }
-}
 
 std::optional<DateTime> readDate(
     const Component& component, std::string_view name, TimeZones& zones) {
@@ -59,12 +48,6 @@ std::optional<AddedDate> readAddedDate(
     return std::nullopt;
 }
 
-void readRule(EventComponent& event, const Property& property, TimeZones&) {
-    if (auto rule = parseRecur(property.value)) {
-        event.rules.push_back(std::move(*rule));
-    }
-}
-
 void readAdditions(EventComponent& event, const Property& property, TimeZones& zones) {
     forEachValue(property.value, [&](std::string_view value) {
         if (auto added = readAddedDate(property, value, zones)) {
@@ -86,38 +69,30 @@ void readExclusions(EventComponent& event, const Property& property, TimeZones& 
     });
 }
 
-void readExclusionRule(EventComponent& event, const Property& property, TimeZones&) {
-    if (auto rule = parseRecur(property.value)) {
-        event.exclusionRules.push_back(std::move(*rule));
-    }
-}
-
-struct RecurrenceProperty {
-    std::string_view name;
-    void (*read)(EventComponent&, const Property&, TimeZones&);
-};
-constexpr std::array<RecurrenceProperty, 4> recurrenceProperties = {{
-    {"RRULE", readRule},
-    {"RDATE", readAdditions},
-    {"EXDATE", readExclusions},
-    {"EXRULE", readExclusionRule},
-}};
-
 // False when there is more than may be read of one event.
 bool readRecurrence(EventComponent& event, TimeZones& zones) {
     std::ptrdiff_t values = 0;
     for (const Property& property : event.component->properties) {
-        const auto* const known =
-            std::find_if(recurrenceProperties.begin(), recurrenceProperties.end(),
-                [&](const auto& each) { return equalsIgnoringCase(each.name, property.name); });
-        if (known == recurrenceProperties.end()) {
+        const auto isNamed = [&](std::string_view name) {
+            return equalsIgnoringCase(name, property.name);
+        };
+        const bool isRule = isNamed("RRULE");
+        const bool isAddition = isNamed("RDATE");
+        const bool isExclusion = isNamed("EXDATE");
+        if (!isRule && !isAddition && !isExclusion && !isNamed("EXRULE")) {
             continue;
         }
         values += 1 + std::count(property.value.begin(), property.value.end(), ',');
         if (values > maximumListedValues) {
             return false;
         }
-        known->read(event, property, zones);
+        if (isAddition) {
+            readAdditions(event, property, zones);
+        } else if (isExclusion) {
+            readExclusions(event, property, zones);
+        } else if (auto rule = parseRecur(property.value)) {
+            (isRule ? event.rules : event.exclusionRules).push_back(std::move(*rule));
+        }
     }
     return true;
 }

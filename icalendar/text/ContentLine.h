@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -51,6 +52,17 @@ inline bool equalsIgnoringCase(std::string_view left, std::string_view right) {
         }
     }
     return true;
+}
+
+// Calls `take` with each of the values that commas separate (section 3.1.1). None of them can hold
+// a comma: for dates, not for TEXT.
+template <class Take>
+void forEachValue(std::string_view values, Take take) {
+    while (!values.empty()) {
+        const std::size_t end = std::min(values.find(','), values.size());
+        take(values.substr(0, end));
+        values.remove_prefix(std::min(end + 1, values.size()));
+    }
 }
 
 // Reads a TEXT value (section 3.3.11): escapes decoded, invalid UTF-8 replaced by U+FFFD. A

@@ -1,7 +1,8 @@
 #include "icalendar/time/VTimeZone.h"
 
 #include "icalendar/recurrence/RecurrenceExpansion.h"
-#include "icalendar/time/DateTime.h"
+#include "icalendar/text/ContentLine.h"
+#include "icalendar/time/TimeText.h"
 #include "unicode/Text.h"
 
 #include <algorithm>
@@ -75,13 +76,12 @@ std::optional<LocalTime> parseOnset(std::string_view value) {
 }
 
 void addListedOnsets(std::string_view values, Observance& observance) {
-    while (!values.empty() && observance.onsets.size() < maximumChanges) {
-        const std::size_t end = std::min(values.find(','), values.size());
-        if (const auto onset = parseOnset(values.substr(0, end))) {
+    forEachValue(values, [&](std::string_view value) {
+        const bool hasRoom = observance.onsets.size() < maximumChanges;
+        if (const auto onset = hasRoom ? parseOnset(value) : std::nullopt) {
             observance.onsets.push_back(*onset);
         }
-        values.remove_prefix(std::min(end + 1, values.size()));
-    }
+    });
 }
 
 std::optional<Observance> readObservance(const Component& component, WorkBudget& budget) {
@@ -193,10 +193,9 @@ std::string offsetText(seconds offset) {
 std::string observanceText(LocalTime onset, seconds from, seconds to, bool daylight,
     const std::string& repetition, std::string_view lineEnd) {
     const std::string_view kind = daylight ? "DAYLIGHT" : "STANDARD";
-    const DateTime start{onset, DateTime::Kind::floating, Zone::utc(), {}};
     std::string text;
     for (const std::string& line : {"BEGIN:" + std::string(kind),
-             "DTSTART:" + formatDateTime(start), "TZOFFSETFROM:" + offsetText(from),
+             "DTSTART:" + formatDateTime(onset), "TZOFFSETFROM:" + offsetText(from),
              "TZOFFSETTO:" + offsetText(to), repetition, "END:" + std::string(kind)}) {
         if (!line.empty()) {
             text += foldLine(line, lineEnd);
