@@ -26,21 +26,10 @@ class EditCheck {
     bool isKeptAlone(const Series& after) const;
 
   private:
-    // What tells one instance from another.
-    struct Traits {
-        std::chrono::sys_seconds originalStart;
-        std::chrono::sys_seconds start;
-        std::chrono::sys_seconds end;
-        bool isAllDay;
-        std::string title;
-
-        bool operator==(const Traits&) const = default;
-        bool operator<(const Traits& other) const {
-            return std::tie(originalStart, start, end, isAllDay, title) <
-                   std::tie(
-                       other.originalStart, other.start, other.end, other.isAllDay, other.title);
-        }
-    };
+    // What tells one instance from another: its original start, its start and end, whether it is of
+    // whole days, and its title.
+    using Traits = std::tuple<std::chrono::sys_seconds, std::chrono::sys_seconds,
+        std::chrono::sys_seconds, bool, std::string>;
     struct Surroundings {
         std::chrono::sys_seconds at;
         std::vector<Traits> staying;
