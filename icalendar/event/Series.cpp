@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -41,31 +42,26 @@ seconds longestSpan(const EventComponent& master) {
 // The instances that overrides name, to be looked up by what a recurrence set has.
 class NamedStarts {
   public:
-    // There must be one.
     explicit NamedStarts(std::span<const EventComponent> overrides) {
         for (std::size_t i = 0; i < overrides.size(); ++i) {
             const DateTime& start = overrides[i].originalStart();
-            instants_.emplace_back(start.instant(), i);
+            first_ = std::min(first_, start.instant());
+            last_ = std::max(last_, start.instant());
             if (start.isDate()) {
-                days_.emplace_back(start.time, i);
-            } else {
-                daysOfTimes_.emplace_back(start.day(), i);
+                days_.emplace(start.time, i);
+                continue;
             }
+            daysOfTimes_.emplace(start.day(), i);
             if (start.kind == DateTime::Kind::floating) {
-                clocks_.emplace_back(start.time, i);
-            } else if (!start.isDate()) {
-                times_.emplace_back(start.instant(), i);
+                clocks_.emplace(start.time, i);
+            } else {
+                times_.emplace(start.instant(), i);
             }
-        }
-        std::sort(instants_.begin(), instants_.end());
-        std::sort(times_.begin(), times_.end());
-        for (auto* places : {&days_, &daysOfTimes_, &clocks_}) {
-            std::sort(places->begin(), places->end());
         }
     }
 
-    sys_seconds first() const { return instants_.front().first; }
-    sys_seconds last() const { return instants_.back().first; }
+    sys_seconds first() const { return first_; }
+    sys_seconds last() const { return last_; }
 
     // Calls `take` with the index of each override that names this start of a master's set, by a
     // value of its own kind (a date or a time) or by one of the other, until told to stop by false.
@@ -87,17 +83,18 @@ class NamedStarts {
 
   private:
     template <class Key>
-    using Places = std::vector<std::pair<Key, std::size_t>>;
+    using Places = std::multimap<Key, std::size_t>;
 
     template <class Key, class Take>
     static void forEachAt(const Places<Key>& places, const Key& key, Take take) {
-        auto at = std::lower_bound(places.begin(), places.end(), std::pair(key, std::size_t{0}));
-        while (at != places.end() && at->first == key && take(at->second)) {
+        auto [at, end] = places.equal_range(key);
+        while (at != end && take(at->second)) {
             ++at;
         }
     }
 
-    Places<sys_seconds> instants_;
+    sys_seconds first_ = afterAll;
+    sys_seconds last_ = beforeAll;
     Places<sys_seconds> times_;
     Places<LocalTime> clocks_;
     Places<LocalTime> days_;
@@ -141,7 +138,9 @@ Series::Series(std::vector<EventComponent> components, WorkBudget& budget)
     for (EventComponent& component : components) {
         (component.recurrenceId ? overrides_ : masters_).push_back(std::move(component));
     }
-    leaveStandingMasters();
+    leaveStanding(masters_, standingRevisions(masters_, [](const EventComponent& master) {
+        return std::pair(master.start.instant(), master.start.isDate());
+    }));
     findOwners();
     leaveStandingOverrides();
 
@@ -187,12 +186,6 @@ const ThisAndFuture* Series::OverridesOfMaster::rangeAt(sys_seconds originalStar
     const auto next = std::partition_point(ranges.begin(), ranges.end(),
         [&](const ThisAndFuture& range) { return range.from() <= originalStart; });
     return next == ranges.begin() ? nullptr : &*std::prev(next);
-}
-
-void Series::leaveStandingMasters() {
-    leaveStanding(masters_, standingRevisions(masters_, [](const EventComponent& master) {
-        return std::pair(master.start.instant(), master.start.isDate());
-    }));
 }
 
 void Series::leaveStandingOverrides() {
@@ -394,8 +387,10 @@ std::optional<Instance> Series::firstStanding() const {
 }
 
 std::optional<Instance> Series::standingAt(sys_seconds originalStart) const {
-    if (const EventComponent* overriding = overrideAt(originalStart)) {
-        return asInstance(*overriding);
+    for (const EventComponent& each : overrides_) {
+        if (each.originalStart().instant() == originalStart && describesItsOwn(each)) {
+            return asInstance(each);
+        }
     }
     std::optional<Instance> found;
     for (const EventComponent& master : masters_) {
@@ -417,14 +412,6 @@ bool Series::recurs() const {
     return !overrides_.empty() || masters_.size() > 1 ||
            std::any_of(masters_.begin(), masters_.end(),
                [](const EventComponent& master) { return master.recurs(); });
-}
-
-const EventComponent* Series::overrideAt(sys_seconds originalStart) const {
-    const auto found =
-        std::find_if(overrides_.begin(), overrides_.end(), [&](const EventComponent& each) {
-            return each.originalStart().instant() == originalStart && describesItsOwn(each);
-        });
-    return found == overrides_.end() ? nullptr : &*found;
 }
 
 } // namespace quenbrook::icalendar

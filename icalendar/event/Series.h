@@ -80,7 +80,6 @@ class Series {
     }
 
   private:
-    void leaveStandingMasters();
     void leaveStandingOverrides();
     void leaveStanding(
         std::vector<EventComponent>& components, std::span<const std::size_t> standing);
@@ -112,7 +111,6 @@ class Series {
 
     Instance asInstance(const EventComponent& overriding) const;
     bool describesItsOwn(const EventComponent& overriding) const;
-    const EventComponent* overrideAt(std::chrono::sys_seconds originalStart) const;
     bool isReplaced(const Instance& instance) const {
         return overridesOf(*instance.master).replaced.contains(instance.originalStart);
     }
