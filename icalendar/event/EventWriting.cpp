@@ -54,11 +54,12 @@ std::string utcText(model::Instant instant) {
         {LocalTime(whole.time_since_epoch()), DateTime::Kind::utc, Zone::utc(), {}});
 }
 
-std::string dateLine(std::string_view name, const DateTime& value, const Property* existing,
-    const DateTime* existingValue) {
-    const bool sameKind = existing && existingValue && existingValue->kind == value.kind &&
-                          existingValue->zoneIdentifier == value.zoneIdentifier;
-    return sameKind ? withValue(*existing, formatDateTime(value)) : dateTimeProperty(name, value);
+// `likeness` is written with another value where what it holds has the same form and zone.
+std::string dateLine(std::string_view name, const DateTime& value, const ContentLine* likeness,
+    const DateTime* likenessValue) {
+    const bool isAlike = likeness && likenessValue && likenessValue->kind == value.kind &&
+                         likenessValue->zoneIdentifier == value.zoneIdentifier;
+    return isAlike ? withValue(*likeness, formatDateTime(value)) : dateTimeProperty(name, value);
 }
 
 // UNTIL has the form of DTSTART, but a time with a zone has it in UTC (RFC 5545 section 3.3.10).
@@ -99,11 +100,8 @@ Recur recurOf(const model::RecurrenceRule& rule, const DateTime& start) {
 // A date of the series under another name, with the parameters of DTSTART when it is alike.
 std::string lineLikeStart(
     std::string_view name, const DateTime& value, const EventComponent& event) {
-    const Property* start = event.component->first("DTSTART");
-    if (value.kind != event.start.kind || value.zoneIdentifier != event.start.zoneIdentifier) {
-        return dateTimeProperty(name, value);
-    }
-    return withValue({name, start->parameters, {}}, formatDateTime(value));
+    const ContentLine likeness{name, event.component->first("DTSTART")->parameters, {}};
+    return dateLine(name, value, &likeness, &event.start);
 }
 
 void writeDates(ComponentEdit& edit, const EventComponent& event, const PlannedDates& dates) {
