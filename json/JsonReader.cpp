@@ -4,8 +4,6 @@
 #include <cmath>
 #include <limits>
 
-#include <nlohmann/json.hpp>
-
 namespace quenbrook::json {
 namespace {
 
@@ -86,31 +84,6 @@ JsonResult readDocument(
         return JsonFailure{"", "holds a number that is too large"};
     }
     return read(document);
-}
-
-bool isNull(const Json& value) {
-    return value.is_null();
-}
-
-bool isArray(const Json& value) {
-    return value.is_array();
-}
-
-bool isObject(const Json& value) {
-    return value.is_object();
-}
-
-std::size_t elementCount(const Json& array) {
-    return array.size();
-}
-
-const Json& elementAt(const Json& array, std::size_t index) {
-    return array[index];
-}
-
-const Json* memberOf(const Json& object, std::string_view name) {
-    const auto member = object.find(name);
-    return member == object.end() ? nullptr : &*member;
 }
 
 bool readScalar(const Json& value, std::string& target) {

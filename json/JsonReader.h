@@ -15,10 +15,10 @@
 #include <variant>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
+#include <nlohmann/json.hpp>
 
 // The reading side of records (JsonRecord.h): the library makes a document tree of the text, and
-// the record's table says what is taken from it. Only JsonReader.cpp includes the whole library.
+// the record's table says what is taken from it.
 namespace quenbrook::json {
 
 using Json = nlohmann::json;
@@ -42,14 +42,6 @@ using JsonResult = std::optional<JsonFailure>;
 // Returns a failure of its own when the text is no JSON or holds a number that no double holds.
 JsonResult readDocument(
     std::string_view text, const std::function<JsonResult(const Json& document)>& read);
-
-bool isNull(const Json& value);
-bool isArray(const Json& value);
-bool isObject(const Json& value);
-std::size_t elementCount(const Json& array);
-const Json& elementAt(const Json& array, std::size_t index);
-// Returns null when the object has no such member.
-const Json* memberOf(const Json& object, std::string_view name);
 
 // Each returns false, and leaves `target` alone, when the value is of another type. An integer may
 // be written with a fraction or an exponent; it is then read as a double, and has to be whole and
@@ -86,8 +78,8 @@ JsonResult readJson(const Json& value, T& target);
 
 template <class Element>
 JsonResult readElements(const Json& array, std::vector<Element>& target) {
-    for (std::size_t i = 0; i < elementCount(array); ++i) {
-        if (auto failure = readJson(elementAt(array, i), target.emplace_back())) {
+    for (std::size_t i = 0; i < array.size(); ++i) {
+        if (auto failure = readJson(array[i], target.emplace_back())) {
             return within(i, std::move(*failure));
         }
     }
@@ -96,10 +88,10 @@ JsonResult readElements(const Json& array, std::vector<Element>& target) {
 
 template <class T>
 JsonResult readField(const Json& object, std::string_view name, T& target) {
-    const Json* value = memberOf(object, name);
+    const auto member = object.find(name);
     JsonResult failure;
-    if (value != nullptr) {
-        failure = readJson(*value, target);
+    if (member != object.end()) {
+        failure = readJson(*member, target);
     } else if (!isOptional<T>) {
         failure = jsonMissing(jsonTypeName<T>());
     }
@@ -121,14 +113,14 @@ JsonResult readFields(const Json& object, Record& target) {
 template <class T>
 JsonResult readJson(const Json& value, T& target) {
     if constexpr (isOptional<T>) {
-        return isNull(value) ? std::nullopt : readJson(value, target.emplace());
+        return value.is_null() ? std::nullopt : readJson(value, target.emplace());
     } else {
         if constexpr (isList<T>) {
-            if (isArray(value)) {
+            if (value.is_array()) {
                 return readElements(value, target);
             }
         } else if constexpr (JsonRecord<T>) {
-            if (isObject(value)) {
+            if (value.is_object()) {
                 return readFields(value, target);
             }
         } else if (readScalar(value, target)) {
