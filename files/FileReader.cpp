@@ -93,7 +93,10 @@ std::optional<std::string_view> FileReader::read(
         return std::nullopt;
     }
     const std::size_t asked = std::min(firstRead, sizeLimit + 1);
-    makeRoom(asked);
+    // What is not read is not written to either: most files are much smaller than this.
+    if (!beginning_) {
+        beginning_ = std::make_unique_for_overwrite<char[]>(firstRead);
+    }
     const auto length =
         unlessUnreadable(file, [&] { return readUpTo(file, beginning_.get(), asked); });
     if (!length || *length > sizeLimit) {
@@ -112,14 +115,6 @@ std::optional<std::string_view> FileReader::read(
     const auto isWhole =
         unlessUnreadable(file, [&] { return appendRest(file, whole_, sizeLimit); });
     return isWhole.value_or(false) ? std::optional<std::string_view>(whole_) : std::nullopt;
-}
-
-// What is not read is not written to either: most files are much smaller than what is asked for.
-void FileReader::makeRoom(std::size_t size) {
-    if (room_ < size) {
-        beginning_ = std::make_unique_for_overwrite<char[]>(size);
-        room_ = size;
-    }
 }
 
 void FileReader::takeTurn() {

@@ -33,14 +33,13 @@ class FileReader {
     bool isGone() const { return isGone_; }
 
   private:
-    void makeRoom(std::size_t size);
     void takeTurn();
     void endTurn();
 
     std::mutex* largeFiles_ = nullptr;
     std::unique_lock<std::mutex> turn_;
+    // Room for the beginning of a file.
     std::unique_ptr<char[]> beginning_;
-    std::size_t room_ = 0;
     std::string whole_;
     bool isGone_ = false;
 };
