@@ -1,14 +1,12 @@
 #include "stores/evolution/CalendarLock.h"
 
+#include "files/DirectoryLock.h"
 #include "files/SystemCall.h"
+#include "stores/evolution/Environment.h"
 
-#include <array>
-#include <cstdlib>
 #include <filesystem>
-#include <thread>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace quenbrook::stores::evolution {
@@ -16,12 +14,9 @@ namespace {
 
 namespace filesystem = std::filesystem;
 
-constexpr std::chrono::milliseconds pauseForLock{2};
-
 // An absolute path that a variable holds; empty when there is none.
 filesystem::path placeIn(const char* variable) {
-    const char* value = std::getenv(variable);
-    const filesystem::path place(value == nullptr ? "" : value);
+    const filesystem::path place(environment(variable));
     return place.is_absolute() ? place : filesystem::path();
 }
 
@@ -72,12 +67,7 @@ files::FileDescriptor openLockFile(std::string_view calendar) {
 
 CalendarLock::CalendarLock(std::string_view calendar, Deadline deadline)
     : file_(openLockFile(calendar)) {
-    while (files::retryOnEintr([&] { return ::flock(file_.get(), LOCK_EX | LOCK_NB); }) != 0) {
-        if (errno != EWOULDBLOCK || Clock::now() >= deadline) {
-            files::throwSystemError("flock");
-        }
-        std::this_thread::sleep_for(pauseForLock);
-    }
+    files::lockUntil(file_.get(), deadline);
 }
 
 } // namespace quenbrook::stores::evolution
