@@ -61,11 +61,12 @@ bool isEnabled(const KeyFiles& sources, const KeyFile& source) {
     return each == nullptr;
 }
 
-int hexDigit(char digit) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    const char lower = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit - 'A' + 'a') : digit;
-    const std::size_t place = digits.find(lower);
-    return place == std::string_view::npos ? -1 : static_cast<int>(place);
+// Returns nullopt unless all of the text is a number.
+std::optional<unsigned> numberOf(std::string_view digits, int base) {
+    unsigned number = 0;
+    const char* const end = digits.data() + digits.size();
+    const auto [rest, error] = std::from_chars(digits.data(), end, number, base);
+    return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
 }
 
 // The path in a URI of a file. Returns nullopt when it is none.
@@ -77,11 +78,10 @@ std::optional<std::string> filePath(std::string_view uri) {
     uri.remove_prefix(scheme.size());
     std::string path;
     for (std::size_t i = 0; i < uri.size(); ++i) {
-        const bool isEscape = uri[i] == '%' && i + 2 < uri.size() && hexDigit(uri[i + 1]) >= 0 &&
-                              hexDigit(uri[i + 2]) >= 0;
-        path +=
-            isEscape ? static_cast<char>(hexDigit(uri[i + 1]) * 16 + hexDigit(uri[i + 2])) : uri[i];
-        i += isEscape ? 2 : 0;
+        const bool mayBeEscape = uri[i] == '%' && i + 2 < uri.size();
+        const auto byte = mayBeEscape ? numberOf(uri.substr(i + 1, 2), 16) : std::nullopt;
+        path += byte ? static_cast<char>(*byte) : uri[i];
+        i += byte ? 2 : 0;
     }
     return path;
 }
@@ -93,19 +93,16 @@ std::optional<model::Color> parseHexColor(std::string_view digits) {
     if (!isKnown) {
         return std::nullopt;
     }
+    const double brightest = static_cast<double>((1U << (4 * width)) - 1);
     model::Color color{};
-    for (std::size_t i = 0; i < digits.size(); ++i) {
-        const int digit = hexDigit(digits[i]);
-        if (digit < 0) {
+    for (std::size_t i = 0; i < digits.size(); i += width) {
+        const auto component = numberOf(digits.substr(i, width), 16);
+        if (!component) {
             return std::nullopt;
         }
         if (i / width < color.size()) {
-            color[i / width] = color[i / width] * 16 + digit;
+            color[i / width] = *component / brightest;
         }
-    }
-    const double brightest = static_cast<double>((1U << (4 * width)) - 1);
-    for (double& component : color) {
-        component /= brightest;
     }
     return color;
 }
@@ -114,14 +111,11 @@ std::optional<model::Color> parseDecimalColor(std::string_view list) {
     model::Color color{};
     for (double& component : color) {
         const std::size_t end = std::min(list.find(','), list.size());
-        const std::string_view number = unicode::trimmed(list.substr(0, end));
-        unsigned value = 256;
-        const auto [rest, error] =
-            std::from_chars(number.data(), number.data() + number.size(), value);
-        if (error != std::errc() || rest != number.data() + number.size() || value > 255) {
+        const auto value = numberOf(unicode::trimmed(list.substr(0, end)), 10);
+        if (!value || *value > 255) {
             return std::nullopt;
         }
-        component = value / 255.0;
+        component = *value / 255.0;
         list.remove_prefix(std::min(end + 1, list.size()));
     }
     return color;
