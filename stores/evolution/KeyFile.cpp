@@ -3,6 +3,7 @@
 #include "stores/evolution/Environment.h"
 #include "unicode/Text.h"
 
+#include <algorithm>
 #include <array>
 
 namespace quenbrook::stores::evolution {
@@ -19,16 +20,12 @@ std::string decoded(std::string_view value) {
             continue;
         }
         const char escape = value[++i];
-        bool isKnown = false;
-        for (const auto& [letter, meaning] : escapes) {
-            if (escape == letter) {
-                text += meaning;
-                isKnown = true;
-            }
-        }
-        if (!isKnown) {
-            text += '\\';
-            text += escape;
+        const auto* const known = std::find_if(
+            escapes.begin(), escapes.end(), [&](const auto& each) { return each.first == escape; });
+        if (known != escapes.end()) {
+            text += known->second;
+        } else {
+            text += {'\\', escape};
         }
     }
     return text;
