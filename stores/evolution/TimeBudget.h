@@ -18,25 +18,20 @@ class TimeBudget {
     // Spends what `wait` takes; returns what that returns.
     template <class Wait>
     decltype(auto) spend(Wait wait) {
+        struct Spending {
+            TimeBudget& budget;
+            Deadline start;
+
+            ~Spending() {
+                budget.left_ =
+                    std::max(budget.left_ - (Clock::now() - start), Clock::duration::zero());
+            }
+        };
         const Spending spending{*this, Clock::now()};
         return wait();
     }
 
   private:
-    struct Spending {
-        TimeBudget& budget;
-        Deadline start;
-
-        Spending(TimeBudget& spent, Deadline now)
-            : budget(spent)
-            , start(now) {}
-        Spending(const Spending&) = delete;
-        Spending& operator=(const Spending&) = delete;
-        ~Spending() {
-            budget.left_ = std::max(budget.left_ - (Clock::now() - start), Clock::duration::zero());
-        }
-    };
-
     Clock::duration left_;
 };
 
