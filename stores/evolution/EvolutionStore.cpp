@@ -1,9 +1,8 @@
-#include "stores/evolution/EvolutionStore.h"
-
 #include "files/RandomUid.h"
 #include "icalendar/CalendarEdit.h"
 #include "icalendar/CalendarReader.h"
 #include "icalendar/EventTexts.h"
+#include "stores/CalendarStore.h"
 #include "stores/evolution/CalendarLock.h"
 #include "stores/evolution/LibicalValues.h"
 #include "stores/evolution/RangeReading.h"
@@ -104,6 +103,9 @@ auto refusedOnError(const CalendarWrite& write, Change change) -> decltype(chang
     }
 }
 
+// The store over Evolution Data Server, the service that keeps the calendars of a Linux desktop,
+// reached through the session's message bus. Nothing is touched before the first operation; the
+// calendars are listed once, by the first operation that needs them.
 class EvolutionStore : public CalendarStore {
   public:
     std::int64_t authorizationStatus() override {
@@ -379,16 +381,12 @@ class EvolutionStore : public CalendarStore {
 
 } // namespace
 
-std::unique_ptr<CalendarStore> openEvolutionStore() {
-    return std::make_unique<EvolutionStore>();
-}
-
 } // namespace quenbrook::stores::evolution
 
 namespace quenbrook::stores {
 
 std::unique_ptr<CalendarStore> openCalendarStore() {
-    return evolution::openEvolutionStore();
+    return std::make_unique<evolution::EvolutionStore>();
 }
 
 } // namespace quenbrook::stores

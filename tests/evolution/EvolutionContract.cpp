@@ -1,4 +1,4 @@
-#include "stores/evolution/EvolutionStore.h"
+#include "stores/CalendarStore.h"
 #include "tests/contract/SeedText.h"
 #include "tests/contract/StoreHarness.h"
 #include "tests/evolution/Desktop.h"
@@ -69,7 +69,7 @@ class EvolutionHarness final : public StoreHarness {
     }
 
     std::unique_ptr<stores::CalendarStore> openStore() override {
-        return stores::evolution::openEvolutionStore();
+        return stores::openCalendarStore();
     }
 
   private:
