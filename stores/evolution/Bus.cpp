@@ -15,24 +15,6 @@ Message& answerIn(Outcome& outcome) {
     return std::get<Message>(outcome);
 }
 
-struct PendingCall::State {
-    struct Cancel {
-        void operator()(DBusPendingCall* pending) const {
-            ::dbus_pending_call_cancel(pending);
-            ::dbus_pending_call_unref(pending);
-        }
-    };
-
-    State(Handler onAnswer, std::exception_ptr& thrownByHandlers, DBusPendingCall* owned)
-        : handler(std::move(onAnswer))
-        , thrown(thrownByHandlers)
-        , call(owned) {}
-
-    Handler handler;
-    std::exception_ptr& thrown;
-    std::unique_ptr<DBusPendingCall, Cancel> call;
-};
-
 namespace {
 
 struct Unref {
@@ -51,7 +33,7 @@ Outcome takeOutcome(DBusPendingCall* call) {
 }
 
 void handleAnswer(DBusPendingCall* call, void* pending) {
-    auto& state = *static_cast<PendingCall::State*>(pending);
+    auto& state = *static_cast<CallState*>(pending);
     std::exception_ptr& thrown = state.thrown;
     // The handler may well destroy the state.
     const Handler handler = std::move(state.handler);
@@ -100,13 +82,6 @@ int wholeMilliseconds(Clock::duration duration) {
 
 } // namespace
 
-PendingCall::PendingCall() = default;
-PendingCall::PendingCall(std::unique_ptr<State> state)
-    : state_(std::move(state)) {}
-PendingCall::PendingCall(PendingCall&&) noexcept = default;
-PendingCall& PendingCall::operator=(PendingCall&&) noexcept = default;
-PendingCall::~PendingCall() = default;
-
 // The first call has to be this one. Nobody waits for its answer: the others come after it.
 Bus::Bus()
     : bus_(connect(busAddress()))
@@ -123,11 +98,11 @@ PendingCall Bus::start(const Message& message, Handler handler) {
     if (call == nullptr) {
         throw BusError(DBUS_ERROR_DISCONNECTED);
     }
-    auto state = std::make_unique<PendingCall::State>(std::move(handler), thrown_, call);
+    auto state = std::make_unique<CallState>(std::move(handler), thrown_, call);
     if (::dbus_pending_call_set_notify(call, handleAnswer, state.get(), nullptr) == 0) {
         throw std::bad_alloc();
     }
-    return PendingCall(std::move(state));
+    return state;
 }
 
 void Bus::callAt(Deadline time, std::function<void()> handler) {

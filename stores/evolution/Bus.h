@@ -35,20 +35,27 @@ Message& answerIn(Outcome& outcome);
 
 using Handler = std::function<void(Outcome)>;
 
-// A call that may not have been answered yet. Its handler is not called any more once this is gone.
-class PendingCall {
-  public:
-    struct State;
+// What is kept of a call until it is answered.
+struct CallState {
+    struct Cancel {
+        void operator()(DBusPendingCall* pending) const {
+            ::dbus_pending_call_cancel(pending);
+            ::dbus_pending_call_unref(pending);
+        }
+    };
 
-    PendingCall();
-    explicit PendingCall(std::unique_ptr<State> state);
-    PendingCall(PendingCall&&) noexcept;
-    PendingCall& operator=(PendingCall&&) noexcept;
-    ~PendingCall();
+    CallState(Handler onAnswer, std::exception_ptr& thrownByHandlers, DBusPendingCall* owned)
+        : handler(std::move(onAnswer))
+        , thrown(thrownByHandlers)
+        , call(owned) {}
 
-  private:
-    std::unique_ptr<State> state_;
+    Handler handler;
+    std::exception_ptr& thrown;
+    std::unique_ptr<DBusPendingCall, Cancel> call;
 };
+
+// A call that may not have been answered yet. Its handler is not called any more once this is gone.
+using PendingCall = std::unique_ptr<CallState>;
 
 // A connection to the session's message bus. Nothing here waits but serveUntil and call.
 class Bus {
