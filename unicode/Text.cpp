@@ -225,13 +225,6 @@ bool RegularExpression::matchesAt(std::string_view text, std::size_t offset) {
            U_SUCCESS(status);
 }
 
-bool RegularExpression::matchesAnywhere(std::string_view text) {
-    UErrorCode status = U_ZERO_ERROR;
-    UTF8Text view(text);
-    engine_->matcher->reset(view.get());
-    return engine_->matcher->find(status) && U_SUCCESS(status);
-}
-
 bool RegularExpression::matchesWhole(std::string_view text) {
     UErrorCode status = U_ZERO_ERROR;
     UTF8Text view(text);

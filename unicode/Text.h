@@ -42,9 +42,6 @@ class RegularExpression {
     // Whether a match begins exactly at `offset`; assertions such as \b see the whole text.
     bool matchesAt(std::string_view text, std::size_t offset);
 
-    // Whether a match begins anywhere.
-    bool matchesAnywhere(std::string_view text);
-
     // Whether the whole text is a match, a line feed at its end included (which `$` alone would let
     // pass).
     bool matchesWhole(std::string_view text);

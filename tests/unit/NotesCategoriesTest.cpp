@@ -78,7 +78,14 @@ TEST(NotesCategories, AreAbsentWithoutNotes) {
 // Only the places where a tag stands are given to the engine; searching the whole text must find
 // the same.
 TEST(NotesCategories, FindWhatASearchOfTheWholeTextFinds) {
-    unicode::RegularExpression whole(R"(\bno-sync\b)");
+    unicode::RegularExpression pattern(R"(\bno-sync\b)");
+    const auto isFound = [&](const std::string& text) {
+        bool found = false;
+        for (std::size_t at = 0; at < text.size(); ++at) {
+            found = found || pattern.matchesAt(text, at);
+        }
+        return found;
+    };
     NotesCategories categories;
     const std::vector<std::string> parts = {
         "no-sync", "no-", "sync", " ", "x", "é", "\u0301", "-", "\n", "\u200D", "1"};
@@ -86,7 +93,7 @@ TEST(NotesCategories, FindWhatASearchOfTheWholeTextFinds) {
         for (const std::string& second : parts) {
             for (const std::string& third : parts) {
                 const std::string text = first + second + "no-sync" + third + second;
-                ASSERT_EQ(categories.fromNotes(text).has_value(), whole.matchesAnywhere(text))
+                ASSERT_EQ(categories.fromNotes(text).has_value(), isFound(text))
                     << testing::PrintToString(text);
             }
         }

@@ -106,13 +106,6 @@ TEST(Text, CutsUserPerceivedCharacters) {
     EXPECT_EQ(graphemeClusters("abc", 0), Clusters{});
 }
 
-TEST(RegularExpression, FindsAMatchAnywhere) {
-    RegularExpression expression("b+c");
-    EXPECT_TRUE(expression.matchesAnywhere("abbc!"));
-    EXPECT_FALSE(expression.matchesAnywhere("abb"));
-    EXPECT_TRUE(expression.matchesAnywhere("\u00E9bc"));
-}
-
 TEST(RegularExpression, MatchesTheWholeTextOnly) {
     RegularExpression expression("^[a-z]+$");
     EXPECT_TRUE(expression.matchesWhole("abc"));
