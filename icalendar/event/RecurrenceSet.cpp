@@ -72,10 +72,8 @@ bool StartSet::contains(const DateTime& start) const {
 
 RuleStarts::RuleStarts(const EventComponent& master, const Recur& rule, WorkBudget& budget)
     : start_(master.start)
-    , expansion_(master.start.isDate() ? withoutTimesOfDay(rule) : rule, master.start.time)
-    , until_(rule.until) {
-    expansion_.drawOn(budget);
-}
+    , expansion_(master.start.isDate() ? withoutTimesOfDay(rule) : rule, master.start.time, budget)
+    , until_(rule.until) {}
 
 void RuleStarts::limitTo(LocalTime from, LocalTime until) {
     expansion_.skipTo(from);

@@ -72,7 +72,7 @@ std::vector<std::chrono::seconds> unfold(const std::vector<int>& ofHour,
 
 } // namespace
 
-RecurrenceExpansion::RecurrenceExpansion(const Recur& recur, LocalTime start)
+RecurrenceExpansion::RecurrenceExpansion(const Recur& recur, LocalTime start, WorkBudget& budget)
     : frequency_(recur.frequency)
     , interval_(std::max<std::int64_t>(recur.interval, 1))
     , weekStart_(recur.weekStart)
@@ -84,7 +84,8 @@ RecurrenceExpansion::RecurrenceExpansion(const Recur& recur, LocalTime start)
     , isPositioned_(!recur.bySetPosition.empty())
     , setPositions_(recur.bySetPosition)
     , days_(recur, dayOf(start))
-    , nextPeriod_(periodOf(start)) {
+    , nextPeriod_(periodOf(start))
+    , budget_(budget) {
     const auto clock = clockOf(start);
     std::vector<int> bySecond = recur.bySecond;
     std::transform(bySecond.begin(), bySecond.end(), bySecond.begin(), lastSecond);
@@ -104,16 +105,13 @@ RecurrenceExpansion::RecurrenceExpansion(const Recur& recur, LocalTime start)
 }
 
 std::optional<LocalTime> RecurrenceExpansion::next() {
-    if (!budget_) {
-        return search();
-    }
-    limit_ = std::min(workLimit, work_ + budget_->left());
+    limit_ = std::min(workLimit, work_ + budget_.left());
     const std::int64_t before = work_;
     const std::optional<LocalTime> found = search();
-    const bool isAfforded = budget_->spend(work_ - before);
+    const bool isAfforded = budget_.spend(work_ - before);
     isExhausted_ = !isAfforded || (!found && work_ >= limit_);
     if (isExhausted_) {
-        budget_->exhaust();
+        budget_.exhaust();
     }
     return isAfforded ? found : std::nullopt;
 }

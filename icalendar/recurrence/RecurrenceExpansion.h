@@ -34,8 +34,10 @@ class RecurrenceExpansion {
     // second, or one within a day that never matches.
     static constexpr std::int64_t workLimit = 4'000'000;
 
-    // The start lies in the years 1 to 9999.
-    RecurrenceExpansion(const Recur& recur, LocalTime start);
+    // The start lies in the years 1 to 9999. Every step is also taken from the budget, which must
+    // outlive this and is told when a limit ends the expansion; it ends when the budget is spent,
+    // too.
+    RecurrenceExpansion(const Recur& recur, LocalTime start, WorkBudget& budget);
 
     // The next occurrence. Returns nullopt when there is none up to the end of the year 9999, COUNT
     // is used up, or the work limit was reached.
@@ -55,12 +57,7 @@ class RecurrenceExpansion {
     // or never, the search up to the year 9999.
     void endBefore(LocalTime time);
 
-    // From now on every step is also taken from a budget, which must outlive this and is told when
-    // a limit ends the expansion; it ends when the budget is spent, too.
-    void drawOn(WorkBudget& budget) { budget_ = &budget; }
-
-    // Of an expansion that draws on a budget: whether the last search ended at a limit and not
-    // because there is no further occurrence.
+    // Whether the last search ended at a limit and not because there is no further occurrence.
     bool isExhausted() const { return isExhausted_; }
 
     // The steps made since the construction or the last skipTo.
@@ -132,7 +129,7 @@ class RecurrenceExpansion {
     // What work_ may reach in the search that goes on.
     std::int64_t limit_ = workLimit;
     bool isExhausted_ = false;
-    WorkBudget* budget_ = nullptr;
+    WorkBudget& budget_;
 };
 
 } // namespace quenbrook::icalendar

@@ -46,8 +46,7 @@ LocalTime lastOnset(const Until& until, seconds offset) {
 }
 
 void addRuleOnsets(const Recur& rule, LocalTime start, Observance& observance, WorkBudget& budget) {
-    RecurrenceExpansion expansion(rule, start);
-    expansion.drawOn(budget);
+    RecurrenceExpansion expansion(rule, start, budget);
     expansion.endBefore(horizon);
     while (const auto onset = expansion.next()) {
         if (rule.until && *onset > lastOnset(*rule.until, observance.from)) {

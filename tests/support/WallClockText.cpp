@@ -43,7 +43,8 @@ std::string formatWallClock(LocalTime time) {
 }
 
 std::vector<LocalTime> firstOccurrences(const Recur& recur, LocalTime start, std::size_t limit) {
-    RecurrenceExpansion expansion(recur, start);
+    icalendar::WorkBudget plenty(std::int64_t{1} << 60);
+    RecurrenceExpansion expansion(recur, start, plenty);
     if (recur.until) {
         expansion.endBefore(recur.until->time + std::chrono::seconds{1});
     }
