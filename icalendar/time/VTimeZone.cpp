@@ -125,22 +125,22 @@ std::chrono::weekday weekdayOf(LocalTime time) {
     return std::chrono::weekday(std::chrono::floor<days>(time));
 }
 
-// What all changes of one direction have in common, unless they differ in more than the day.
-// They must span a whole cycle of 28 years, in which a fixed weekday meets all seven dates, and
-// reach as far as the changes are known.
+// What every second change, all those of one direction, has in common, unless they differ in more
+// than the day. They must span a whole cycle of 28 years, in which a fixed weekday meets all seven
+// dates, and reach as far as the changes are known.
 std::optional<YearlyPattern> patternOf(std::span<const OffsetChange> changes) {
     const LocalTime first = onsetOf(changes.front());
     unsigned firstDay = 31;
     unsigned lastDay = 1;
     bool sameWeekday = true;
-    for (std::size_t i = 0; i < changes.size(); ++i) {
+    for (std::size_t i = 0; i < changes.size(); i += 2) {
         const LocalTime onset = onsetOf(changes[i]);
         const auto date = dateOf(onset);
         firstDay = std::min(firstDay, static_cast<unsigned>(date.day()));
         lastDay = std::max(lastDay, static_cast<unsigned>(date.day()));
         sameWeekday = sameWeekday && weekdayOf(onset) == weekdayOf(first);
         const bool same =
-            date.year() == dateOf(first).year() + std::chrono::years(i) &&
+            date.year() == dateOf(first).year() + std::chrono::years(i / 2) &&
             date.month() == dateOf(first).month() &&
             onset - std::chrono::floor<days>(onset) == first - std::chrono::floor<days>(first) &&
             changes[i].before == changes.front().before &&
@@ -237,14 +237,6 @@ bool isDaylight(std::span<const OffsetChange> changes) {
     return change.after > change.before && changes.size() > 1 && changes[1].after == change.before;
 }
 
-std::vector<OffsetChange> everySecond(std::span<const OffsetChange> changes) {
-    std::vector<OffsetChange> selected;
-    for (std::size_t i = 0; i < changes.size(); i += 2) {
-        selected.push_back(changes[i]);
-    }
-    return selected;
-}
-
 } // namespace
 
 std::optional<Zone> readVTimeZone(const Component& component) {
@@ -304,8 +296,8 @@ std::string writeVTimeZone(
     for (; ruled < changes.size(); ++ruled) {
         const std::span rest = std::span(changes).subspan(ruled);
         if (rest.size() >= 2 * cycleYears) {
-            const auto one = patternOf(everySecond(rest));
-            const auto other = patternOf(everySecond(rest.subspan(1)));
+            const auto one = patternOf(rest);
+            const auto other = patternOf(rest.subspan(1));
             if (one && other) {
                 text += observanceText(onsetOf(rest[0]), one->from, one->to, isDaylight(rest),
                     "RRULE:" + formatRecur(ruleOf(*one)), lineEnd);
