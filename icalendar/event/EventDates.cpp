@@ -14,8 +14,7 @@ using std::chrono::seconds;
 using std::chrono::sys_seconds;
 
 std::optional<DateTime> ifInRange(DateTime value) {
-    const bool inRange = value.time >= earliestTime && value.time <= latestTime;
-    return inRange ? std::optional(std::move(value)) : std::nullopt;
+    return isHeld(value.time) ? std::optional(std::move(value)) : std::nullopt;
 }
 
 std::optional<DateTime> utcValue(sys_seconds instant) {

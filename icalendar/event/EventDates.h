@@ -13,6 +13,9 @@ namespace quenbrook::icalendar {
 constexpr LocalTime earliestTime = std::chrono::local_days(std::chrono::year(1) / 1 / 1);
 constexpr LocalTime latestTime =
     std::chrono::local_days(std::chrono::year(10'000) / 1 / 1) - std::chrono::seconds(1);
+constexpr bool isHeld(LocalTime time) {
+    return time >= earliestTime && time <= latestTime;
+}
 
 // The zone in which new times are written: the machine's, by the name that the zone data has for
 // it. One that has none there is given a name that stands for its rules, as long as its VTIMEZONE

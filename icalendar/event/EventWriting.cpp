@@ -26,9 +26,9 @@ constexpr std::array<TextProperty, 3> textProperties = {{
 constexpr std::array<Frequency, 4> frequencies = {
     Frequency::daily, Frequency::weekly, Frequency::monthly, Frequency::yearly};
 
-bool isWritable(model::Instant date) {
-    const LocalTime time(std::chrono::floor<seconds>(date).time_since_epoch());
-    return time >= earliestTime && time <= latestTime;
+// Whole seconds of UTC.
+LocalTime utcOf(model::Instant instant) {
+    return LocalTime(std::chrono::floor<seconds>(instant).time_since_epoch());
 }
 
 bool isHoldable(const model::RecurrenceRule& rule) {
@@ -38,7 +38,7 @@ bool isHoldable(const model::RecurrenceRule& rule) {
     constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
     return rule.frequency >= 0 && rule.frequency < std::ssize(frequencies) && rule.interval >= 1 &&
            rule.interval <= most &&
-           (!rule.end || (rule.end->endDate && isWritable(*rule.end->endDate)) ||
+           (!rule.end || (rule.end->endDate && isHeld(utcOf(*rule.end->endDate))) ||
                (!rule.end->endDate && rule.end->occurrenceCount >= 1 &&
                    rule.end->occurrenceCount <= most)) &&
            std::all_of(rule.daysOfTheWeek.begin(), rule.daysOfTheWeek.end(), isBetween(1, 7)) &&
@@ -47,11 +47,8 @@ bool isHoldable(const model::RecurrenceRule& rule) {
            std::all_of(rule.monthsOfTheYear.begin(), rule.monthsOfTheYear.end(), isBetween(1, 12));
 }
 
-// An instant as the stamps have it: whole seconds in UTC.
 std::string utcText(model::Instant instant) {
-    const auto whole = std::chrono::floor<seconds>(instant);
-    return formatDateTime(
-        {LocalTime(whole.time_since_epoch()), DateTime::Kind::utc, Zone::utc(), {}});
+    return formatDateTime(utcOf(instant)) + "Z";
 }
 
 // `likeness` is written with another value where what it holds has the same form and zone.
@@ -69,10 +66,8 @@ Until untilOf(model::Instant date, const DateTime& start) {
     if (start.isDate()) {
         return {std::chrono::floor<std::chrono::days>(wall), Until::Kind::date};
     }
-    if (start.kind == DateTime::Kind::floating) {
-        return {wall, Until::Kind::local};
-    }
-    return {LocalTime(whole.time_since_epoch()), Until::Kind::utc};
+    return start.kind == DateTime::Kind::floating ? Until{wall, Until::Kind::local}
+                                                  : Until{utcOf(date), Until::Kind::utc};
 }
 
 std::int64_t sequenceOf(const Component& event) {

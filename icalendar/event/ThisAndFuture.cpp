@@ -38,8 +38,7 @@ std::optional<DateTime> ThisAndFuture::startOf(const DateTime& originalStart) co
     } else {
         start = master_->start.withTime(clockOf(originalStart) + shift_);
     }
-    const bool isHeld = start.time >= earliestTime && start.time <= latestTime;
-    return isHeld ? std::optional(std::move(start)) : std::nullopt;
+    return isHeld(start.time) ? std::optional(std::move(start)) : std::nullopt;
 }
 
 LocalTime ThisAndFuture::clockOf(const DateTime& start) const {
