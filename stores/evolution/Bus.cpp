@@ -105,6 +105,11 @@ PendingCall Bus::start(const Message& message, Handler handler) {
     return state;
 }
 
+std::string Bus::property(Deadline deadline, const Target& target, const char* name) {
+    Message answer = call(deadline, propertiesOf(target), "Get", target.interface.c_str(), name);
+    return std::string(answer.readVariantString().value_or(""));
+}
+
 void Bus::callAt(Deadline time, std::function<void()> handler) {
     timers_.emplace(time, std::move(handler));
 }

@@ -27,6 +27,11 @@ struct Target {
 
 inline const Target busItself{DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS};
 
+// What has the properties of an interface of an object.
+inline Target propertiesOf(const Target& target) {
+    return {target.destination, target.path, DBUS_INTERFACE_PROPERTIES};
+}
+
 // The answer to a call, or what it ended in instead.
 using Outcome = std::variant<Message, BusError>;
 
@@ -97,6 +102,10 @@ class Bus {
         }
         return std::move(answerIn(*outcome));
     }
+
+    // The text that a property of an object holds; empty when it holds something else. Throws like
+    // call.
+    std::string property(Deadline deadline, const Target& target, const char* name);
 
   private:
     struct Close {

@@ -15,13 +15,6 @@ constexpr std::chrono::milliseconds pauseForConnecting{10};
 // The end of the error's name, of either HTTP library: Unauthorized.
 constexpr std::string_view unauthorized = ".Code401";
 
-std::string connectionStatus(Bus& bus, const Target& source, Deadline deadline) {
-    Message answer =
-        bus.call(deadline, {source.destination, source.path, "org.freedesktop.DBus.Properties"},
-            "Get", source.interface.c_str(), "ConnectionStatus");
-    return std::string(answer.readVariantString().value_or(""));
-}
-
 // A server that is away counts as one that has rejected them, too.
 bool isPasswordMissing(Bus& bus, const Target& source, Deadline deadline) {
     Message answer = bus.call(deadline, source, "GetLastCredentialsRequiredArguments");
@@ -38,7 +31,7 @@ bool isPasswordMissing(Bus& bus, const Target& source, Deadline deadline) {
 void checkCredentials(Bus& bus, const Target& source, Deadline deadline) {
     const auto start = Clock::now();
     while (true) {
-        const std::string status = connectionStatus(bus, source, deadline);
+        const std::string status = bus.property(deadline, source, "ConnectionStatus");
         if (status == "awaiting-credentials" && isPasswordMissing(bus, source, deadline)) {
             throw BusError(DBUS_ERROR_AUTH_FAILED);
         }

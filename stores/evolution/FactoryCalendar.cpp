@@ -8,7 +8,6 @@ namespace {
 constexpr const char* factoryPath = "/org/gnome/evolution/dataserver/CalendarFactory";
 constexpr const char* factoryInterface = "org.gnome.evolution.dataserver.CalendarFactory";
 constexpr const char* calendarInterface = "org.gnome.evolution.dataserver.Calendar";
-constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 
 // For how long a factory may not have heard of a calendar that the registry lists, and how often it
 // is asked. 0.3 s were seen.
@@ -79,14 +78,7 @@ bool FactoryCalendar::isInDoubtAfter(const BusError& error) const {
 }
 
 PendingCall FactoryCalendar::requestProperty(const char* name, Handler handler) const {
-    return bus_.send({target_.destination, target_.path, propertiesInterface}, "Get",
-        std::move(handler), calendarInterface, name);
-}
-
-std::string FactoryCalendar::property(Deadline deadline, const char* name) const {
-    Message answer = bus_.call(deadline, {target_.destination, target_.path, propertiesInterface},
-        "Get", calendarInterface, name);
-    return std::string(answer.readVariantString().value_or(""));
+    return bus_.send(propertiesOf(target_), "Get", std::move(handler), calendarInterface, name);
 }
 
 void FactoryCalendar::findObject() {

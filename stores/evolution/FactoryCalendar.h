@@ -71,7 +71,9 @@ class FactoryCalendar {
         return call(deadline, method, arguments...);
     }
     // A text; the answer to a request of it is a variant.
-    std::string property(Deadline deadline, const char* name) const;
+    std::string property(Deadline deadline, const char* name) const {
+        return bus_.property(deadline, target_, name);
+    }
     PendingCall requestProperty(const char* name, Handler handler) const;
 
   private:
