@@ -59,16 +59,14 @@ void RangeReading::askForRevision(std::function<void(std::string)> take) {
         });
 }
 
-void RangeReading::ask(std::vector<std::string> queries) {
-    queries_.clear();
-    for (std::string& text : queries) {
-        queries_.push_back({std::move(text), std::nullopt, {}});
-    }
-    unanswered_ = queries_.size();
-    for (Query& query : queries_) {
+void RangeReading::ask(const std::vector<std::string>& queries) {
+    queries_ = std::vector<Query>(queries.size());
+    unanswered_ = queries.size();
+    for (std::size_t i = 0; i < queries.size(); ++i) {
+        Query& query = queries_[i];
         query.pending = calendar_.send(
             "GetObjectList",
-            [this, &query](Outcome outcome) { takeAnswer(query, std::move(outcome)); }, query.text);
+            [this, &query](Outcome outcome) { takeAnswer(query, std::move(outcome)); }, queries[i]);
     }
 }
 

@@ -35,13 +35,12 @@ class RangeReading {
 
   private:
     struct Query {
-        std::string text;
         std::optional<Message> answer;
         PendingCall pending;
     };
 
     void begin();
-    void ask(std::vector<std::string> queries);
+    void ask(const std::vector<std::string>& queries);
     void takeAnswer(Query& query, Outcome outcome);
     void takeAll();
     void askForZones();
