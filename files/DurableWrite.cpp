@@ -37,6 +37,11 @@ int syncToDisk(int descriptor) {
     return retryOnEintr([&] { return ::fsync(descriptor); });
 }
 
+int renameIn(const Directory& directory, const std::string& from, const std::string& to) {
+    const int both = directory.descriptor();
+    return retryOnEintr([&] { return ::renameat(both, from.c_str(), both, to.c_str()); });
+}
+
 // Returns nullopt when the name does not exist or cannot be looked at.
 std::optional<FileIdentity> identityOf(const Directory& directory, const std::string& name) {
     struct stat status = {};
@@ -198,10 +203,7 @@ class UnfinishedFile {
     }
 
     void renameTo(const std::string& name) {
-        throwOnError("renameat", [&] {
-            return ::renameat(
-                directory_.descriptor(), name_.c_str(), directory_.descriptor(), name.c_str());
-        });
+        throwOnError("renameat", [&] { return renameIn(directory_, name_, name); });
         name_ = name;
     }
 
@@ -213,11 +215,7 @@ class UnfinishedFile {
             return ::openat(directory_.descriptor(), name.c_str(), newFileFlags, privateFileMode);
         }));
         const std::string written = std::exchange(name_, name);
-        const int renamed = retryOnEintr([&] {
-            return ::renameat(
-                directory_.descriptor(), written.c_str(), directory_.descriptor(), name.c_str());
-        });
-        if (renamed == -1) {
+        if (renameIn(directory_, written, name) == -1) {
             const int error = errno;
             ::unlinkat(directory_.descriptor(), written.c_str(), 0);
             throw std::system_error(error, std::generic_category(), "renameat");
@@ -269,10 +267,7 @@ class UnfinishedFile {
 
 // False when there is no such file any more.
 bool isTakenOut(const Directory& directory, const std::string& name, const std::string& out) {
-    const int renamed = retryOnEintr([&] {
-        return ::renameat(
-            directory.descriptor(), name.c_str(), directory.descriptor(), out.c_str());
-    });
+    const int renamed = renameIn(directory, name, out);
     if (renamed == -1 && errno != ENOENT) {
         throwSystemError("renameat");
     }
@@ -289,10 +284,7 @@ void putBack(const Directory& directory, const std::string& out, const std::stri
         throwSystemError("renameat2");
     }
     if (!identityOf(directory, name)) {
-        throwOnError("renameat", [&] {
-            return ::renameat(
-                directory.descriptor(), out.c_str(), directory.descriptor(), name.c_str());
-        });
+        throwOnError("renameat", [&] { return renameIn(directory, out, name); });
     }
 }
 
