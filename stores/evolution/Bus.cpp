@@ -121,8 +121,7 @@ void Bus::handleTimers() {
 }
 
 bool Bus::serveUntil(Deadline deadline, const std::function<bool()>& isDone) {
-    while (!isDone()) {
-        handleTimers();
+    for (handleTimers(); !isDone(); handleTimers()) {
         const Deadline next =
             timers_.empty() ? deadline : std::min(deadline, timers_.begin()->first);
         if (Clock::now() >= deadline) {
