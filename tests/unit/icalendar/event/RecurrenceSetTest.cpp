@@ -122,6 +122,31 @@ TEST(RecurrenceSets, AreMadeOfRulesAddedAndExcludedDates) {
     });
 }
 
+// Whether the rule that excludes takes a start out cannot be told once the budget is spent.
+TEST(RecurrenceSets, HaveNoStartOfARuleThatMayBeExcluded) {
+    using std::chrono::days;
+    const std::string text = "BEGIN:VEVENT\nDTSTART:20260105T100000Z\nRRULE:FREQ=DAILY\n"
+                             "EXRULE:FREQ=DAILY;BYDAY=MO,TU,WE,TH,FR\nEND:VEVENT\n";
+    TimeZones zones(Zone::utc(), text, {});
+    const auto event = readEventComponent(text, {0, text.size()}, zones);
+    ASSERT_TRUE(event);
+    const std::chrono::sys_seconds first = event->start.instant();
+    std::size_t most = 0;
+    for (std::int64_t steps = 1; steps < 1'000; ++steps) {
+        WorkBudget budget(steps);
+        RecurrenceSet set(*event, first, first + days(60), budget);
+        std::size_t count = 0;
+        for (auto start = set.next(); start; start = set.next()) {
+            const std::chrono::weekday weekday(std::chrono::floor<days>(start->instant));
+            EXPECT_TRUE(start->instant == first || weekday.iso_encoding() > 5)
+                << (start->instant - first) / days(1) << " days, with steps: " << steps;
+            ++count;
+        }
+        most = std::max(most, count);
+    }
+    EXPECT_GT(most, 10U);
+}
+
 // Exchange, Google and Apple all write such exclusions and additions.
 TEST(RecurrenceSets, OfWholeDaysGoByTheDatesThatAreWritten) {
     const std::string days = "DTSTART;VALUE=DATE:20260105\nRRULE:FREQ=DAILY;COUNT=3\n";
