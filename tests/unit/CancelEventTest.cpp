@@ -18,9 +18,7 @@ class CancelEvent : public testing::Test {
   protected:
     CancelEvent() {
         store.add(calendarNamed("C"));
-        store.add(calendarNamed("R", false));
         store.add(eventNamed("E", calendarNamed("C")));
-        store.add(eventNamed("R1", calendarNamed("R", false)));
     }
 
     std::string failure(const std::string& identifier) {
@@ -44,23 +42,6 @@ TEST_F(CancelEvent, DoesTheSameWhateverTheReason) {
         EXPECT_EQ(client.cancelEvent({"again", reason}), (CancelEventResponse{"again", true}));
         EXPECT_EQ(store.calls, (Strings{"event(again)", "remove(again)"}));
     }
-}
-
-TEST_F(CancelEvent, ReportsAnUnknownEvent) {
-    EXPECT_EQ(failure("un known"), "EVENT_NOT_FOUND: un known");
-}
-
-TEST_F(CancelEvent, RefusesAReadOnlyCalendarBeforeAnythingIsRemoved) {
-    EXPECT_EQ(failure("R1"), "READ_ONLY_CALENDAR: Event 'R1' belongs to a read-only calendar.");
-    EXPECT_EQ(store.calls, Strings{"event(R1)"});
-}
-
-TEST_F(CancelEvent, TakesAnEventWithoutACalendarForReadOnly) {
-    model::Event stray = eventNamed("stray", calendarNamed("C"));
-    stray.calendar = nullptr;
-    store.add(stray);
-    EXPECT_EQ(
-        failure("stray"), "READ_ONLY_CALENDAR: Event 'stray' belongs to a read-only calendar.");
 }
 
 TEST_F(CancelEvent, ReportsARefusedRemoval) {

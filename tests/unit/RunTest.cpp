@@ -228,11 +228,5 @@ TEST(Run, ReportsAStoreThatCannotBeOpened) {
     EXPECT_EQ(error, unexpected);
 }
 
-TEST(Run, SurvivesAnErrorThatCannotBeWritten) {
-    const Streams streams{[] { return ""s; }, [](std::string_view) {},
-        [](std::string_view) { throw std::bad_alloc(); }};
-    EXPECT_EQ(run({}, streams, nullptr), ExitStatus::noSubcommand);
-}
-
 } // namespace
 } // namespace quenbrook::tests

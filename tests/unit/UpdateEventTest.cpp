@@ -19,14 +19,12 @@ class UpdateEvent : public testing::Test {
   protected:
     UpdateEvent() {
         store.add(calendarNamed("C"));
-        store.add(calendarNamed("R", false));
         model::Event event = eventNamed("E", calendarNamed("C"));
         event.location = "Room";
         event.notes = "Notes";
         event.alarmCount = 2;
         event.recurrenceRules = {{0, 1, std::nullopt, {}, {}, {}}};
         store.add(event);
-        store.add(eventNamed("R1", calendarNamed("R", false)));
         request.id = "E";
     }
 
@@ -138,30 +136,6 @@ TEST_F(UpdateEvent, TakesNoNoticeOfAttendeesAndInvitations) {
     EXPECT_EQ(failure(), "");
 }
 
-TEST_F(UpdateEvent, ReportsAnUnknownEventBeforeAnythingElse) {
-    request.id = "un known";
-    request.patch.startISO = "bad";
-    store.calls.clear();
-    EXPECT_EQ(failure(), "EVENT_NOT_FOUND: un known");
-    EXPECT_EQ(store.calls, Strings{"event(un known)"});
-}
-
-TEST_F(UpdateEvent, ReportsAReadOnlyCalendarBeforeABadPatch) {
-    request.id = "R1";
-    request.patch.startISO = "bad";
-    store.calls.clear();
-    EXPECT_EQ(failure(), "READ_ONLY_CALENDAR: Event 'R1' belongs to a read-only calendar.");
-    EXPECT_EQ(store.calls, Strings{"event(R1)"});
-}
-
-TEST_F(UpdateEvent, TakesAnEventWithoutACalendarForReadOnly) {
-    model::Event stray = eventNamed("stray", calendarNamed("C"));
-    stray.calendar = nullptr;
-    store.add(stray);
-    request.id = "stray";
-    EXPECT_EQ(failure(), "READ_ONLY_CALENDAR: Event 'stray' belongs to a read-only calendar.");
-}
-
 TEST_F(UpdateEvent, ReportsTheFirstFaultOfThePatchAndSavesNothing) {
     request.patch.title = "New";
     request.patch.recurrenceRule = RecurrenceRuleDTO{"daily", 367, {}, {}};
@@ -195,13 +169,6 @@ TEST_F(UpdateEvent, AnswersWithTheIdentifierAsReceived) {
     LenientStore lenient(store);
     request.id = "e";
     EXPECT_EQ(clientOf(lenient).updateEvent(request).id, "e");
-}
-
-TEST_F(UpdateEvent, NamesAReadOnlyEventByTheIdentifierAsReceived) {
-    LenientStore lenient(store);
-    request.id = "r1";
-    EXPECT_EQ(failureOf([&] { clientOf(lenient).updateEvent(request); }),
-        "READ_ONLY_CALENDAR: Event 'r1' belongs to a read-only calendar.");
 }
 
 } // namespace
