@@ -174,7 +174,8 @@ TEST(RangeReading, MayBeGoneBeforeItsCalendarIsOpen) {
     ScriptedFactory factory;
     { const RangeReading reading(factory.calendar, january, february); }
     factory.open();
-    EXPECT_THAT(factory.services.methods(), ElementsAre("OpenCalendar", "Open"));
+    factory.calendar.call(inTheEnd(), "Refresh");
+    EXPECT_THAT(factory.services.methods(), ElementsAre("OpenCalendar", "Open", "Refresh"));
 }
 
 } // namespace
