@@ -19,6 +19,25 @@ struct Operation {
     std::function<std::function<void()>(CalendarStore&)> prepare;
 };
 
+EventChanges changesWith(std::vector<model::RecurrenceRule> rules) {
+    return {.title = "T",
+        .start = ten,
+        .end = eleven,
+        .isAllDay = false,
+        .location = "L",
+        .notes = "N",
+        .alarms = {{-60, 0}},
+        .recurrenceRules = std::move(rules)};
+}
+
+const model::RecurrenceRule dailyRule{.frequency = 0, .interval = 1};
+const model::RecurrenceRule countedRule{
+    .frequency = 1, .interval = 2, .end = model::RecurrenceEnd::withOccurrenceCount(2)};
+const model::RecurrenceRule datedRule{.frequency = 1,
+    .interval = 2,
+    .end = model::RecurrenceEnd::withEndDate(eleven),
+    .daysOfTheWeek = {2}};
+
 const Operation operations[] = {
     {"authorizationStatus",
         [](CalendarStore& store) { return [&] { store.authorizationStatus(); }; }},
@@ -40,35 +59,13 @@ const Operation operations[] = {
     {"create",
         [](CalendarStore& store) {
             return [&, calendar = store.calendar("C1").value()] {
-                store.create(
-                    calendar, {.title = "T",
-                                  .start = ten,
-                                  .end = eleven,
-                                  .isAllDay = false,
-                                  .location = "L",
-                                  .notes = "N",
-                                  .alarms = {{-60, 0}},
-                                  .recurrenceRules = {{{.frequency = 1,
-                                      .interval = 2,
-                                      .end = model::RecurrenceEnd::withOccurrenceCount(2)}}}});
+                store.create(calendar, changesWith({countedRule}));
             };
         }},
     {"update",
         [](CalendarStore& store) {
             return [&, event = store.event("E1").value()] {
-                store.update(event,
-                    {.title = "T",
-                        .start = ten,
-                        .end = eleven,
-                        .isAllDay = false,
-                        .location = "L",
-                        .notes = "N",
-                        .alarms = {{-60, 0}},
-                        .recurrenceRules = {{{.frequency = 1,
-                                                 .interval = 2,
-                                                 .end = model::RecurrenceEnd::withEndDate(eleven),
-                                                 .daysOfTheWeek = {2}},
-                            {.frequency = 0, .interval = 1}}}});
+                store.update(event, changesWith({datedRule, dailyRule}));
             };
         }},
     {"update with nothing to save",
