@@ -518,28 +518,19 @@ class EventKitStore final : public CalendarStore {
     }
 
     std::optional<model::Event> event(std::string_view identifier) override {
-        return atTheBoundary([&]() -> std::optional<model::Event> {
-            EKEvent* event = objectOf(identifier);
-            return event == nil ? std::nullopt : std::optional(EventReader(store()).read(event));
-        });
+        return ofEvent(
+            identifier, [&](EKEvent* event) { return EventReader(store()).read(event); });
     }
 
     std::optional<model::Event> eventToChange(std::string_view identifier) override {
-        return atTheBoundary([&]() -> std::optional<model::Event> {
-            EKEvent* event = objectOf(identifier);
-            return event == nil ? std::nullopt
-                                : std::optional(EventReader(store()).readToChange(event));
-        });
+        return ofEvent(
+            identifier, [&](EKEvent* event) { return EventReader(store()).readToChange(event); });
     }
 
     std::optional<std::vector<model::Participant>> participants(
         std::string_view identifier) override {
-        return atTheBoundary([&]() -> std::optional<std::vector<model::Participant>> {
-            EKEvent* event = objectOf(identifier);
-            return event == nil
-                       ? std::nullopt
-                       : std::optional(mapped<EKParticipant>([event attendees], toParticipant));
-        });
+        return ofEvent(identifier,
+            [](EKEvent* event) { return mapped<EKParticipant>([event attendees], toParticipant); });
     }
 
     std::optional<model::SavedEvent> create(
@@ -599,8 +590,13 @@ class EventKitStore final : public CalendarStore {
         return store_.get();
     }
 
-    EKEvent* objectOf(std::string_view identifier) {
-        return [store() eventWithIdentifier:toNSString(identifier)];
+    // What `read` makes of the event. Returns nullopt when there is none.
+    template <typename Read, typename Value = std::invoke_result_t<Read, EKEvent*>>
+    std::optional<Value> ofEvent(std::string_view identifier, const Read& read) {
+        return atTheBoundary([&]() -> std::optional<Value> {
+            EKEvent* event = [store() eventWithIdentifier:toNSString(identifier)];
+            return event == nil ? std::nullopt : std::optional(read(event));
+        });
     }
 
     // Whether a query finds the event. The identifier of a series may lead to an occurrence that
