@@ -139,7 +139,6 @@ class StreamScanner {
             event_ = EventSummary{};
             event_.range.begin = lineBegin_;
             event_.isInCalendar = inCalendar_;
-            hasStart_ = hasEnd_ = false;
             start_ = last_ = std::nullopt;
             longest_ = days{0};
             daysKnown_ = true;
@@ -185,17 +184,16 @@ class StreamScanner {
     }
 
     void property(std::string_view line) {
-        // Of a property that is there twice, the first counts.
+        // Of a property that is there twice, the first counts; where that cannot be read, no day
+        // is known.
         if (event_.uidLine.end == 0 && isNamed(line, "UID")) {
             const auto content = parseContentLine(line);
             if (content && !content->value.empty()) {
                 event_.uidLine = {lineBegin_, position_};
             }
-        } else if (!hasStart_ && isNamed(line, "DTSTART")) {
-            hasStart_ = true;
+        } else if (!start_ && isNamed(line, "DTSTART")) {
             start_ = dayOf(line);
-        } else if (!hasEnd_ && isNamed(line, "DTEND")) {
-            hasEnd_ = true;
+        } else if (!last_ && isNamed(line, "DTEND")) {
             last_ = dayOf(line);
         } else if (isNamed(line, "DURATION")) {
             extend(line);
@@ -266,8 +264,6 @@ class StreamScanner {
     std::string name_;
     bool isEvent_ = false;
     EventSummary event_;
-    bool hasStart_ = false;
-    bool hasEnd_ = false;
     std::optional<sys_days> start_;
     std::optional<sys_days> last_;
     // By DURATION.
