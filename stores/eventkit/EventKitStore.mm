@@ -223,7 +223,7 @@ auto mapped(NSArray* list, const Function& function) {
     return results;
 }
 
-// The same for a list that may be long: what reading one object leaves behind goes before the next
+// As above, of a list that may be long: what reading one object leaves behind goes before the next
 // is read. The pool is drained by hand and not by a guard, for an exception on its way through here
 // lives in it; the pool around takes this one along.
 template <typename Object, typename Function>

@@ -20,7 +20,7 @@ def limit_memory():
 class Limits(QuenbrookTest):
     def setUp(self):
         super().setUp()
-        # No file is named after the event, so whoever looks for it reads the others as well.
+        # No file is named after the event, so that a search for it reads the others as well.
         self.put("work", "m.ics", [event(START, "SUMMARY:Good", uid="good")])
 
     def run_program(self, *arguments, **options):

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Makes an archive of ICU's whole data for arm64 macOS, one object as ICU's own build leaves it, of that
-# which Debian has: icu-data.sh FOLDER. Does nothing when FOLDER/homebrew has it.
+# which Debian has: icu-data.sh FOLDER. Leaves an archive alone that is there.
 set -eu
 
 folder=$(cd "$1" && pwd -P)

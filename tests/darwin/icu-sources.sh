@@ -1,6 +1,6 @@
 #!/bin/bash
 # Brings the sources of the ICU whose headers are installed, Debian's changes in them:
-# icu-sources.sh FOLDER. Does nothing when the folder has them.
+# icu-sources.sh FOLDER. Leaves a folder alone that has them.
 #
 # Nothing of apt's own set-up is changed: the sources are looked for where the packages come from, with
 # lists that are gone afterwards.

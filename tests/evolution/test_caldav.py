@@ -67,7 +67,7 @@ class CalDav(DesktopTest):
         self.assertIn(self.request("PUT", path, text)[0], (201, 204))
 
     def on_server(self, path, uid):
-        """The file of an event on the server; nothing when there is none."""
+        """The name and the text of an event's file on the server; None twice when there is none."""
         folder = self.session.place / "server" / "collection-root" / path.strip("/")
         for file in folder.glob("*.ics"):
             text = file.read_text()

@@ -22,7 +22,7 @@ class RoundTripTest(QuenbrookTest):
         return {path.name: path.read_bytes() for path in self.work.iterdir()}
 
     def try_to_create(self, zone="UTC", raw=False, **fields):
-        """The answer, or nothing when it was refused; then nothing has changed either."""
+        """The answer. Returns None when it was refused; then no file has changed."""
         return self.try_to("create-event", dict(
             dict(calendarId="work", title="Event", **TIMES), **fields), zone, raw)
 

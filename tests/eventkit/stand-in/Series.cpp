@@ -15,8 +15,8 @@ bool contains(const std::vector<double>& starts, double start) {
     return std::find(starts.begin(), starts.end(), start) != starts.end();
 }
 
-// So many units of a rule's frequency later by the local clock; nothing when that day does not
-// exist.
+// So many units of a rule's frequency later by the local clock. Returns nullopt when that day does
+// not exist.
 std::optional<double> later(double seconds, std::int64_t frequency, std::int64_t units) {
     const double whole = std::floor(seconds);
     const auto instant = static_cast<std::time_t>(whole);
