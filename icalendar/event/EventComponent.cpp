@@ -3,6 +3,7 @@
 #include "unicode/Text.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstddef>
 
@@ -69,30 +70,44 @@ void readExclusions(EventComponent& event, const Property& property, TimeZones& 
     });
 }
 
+void readRule(EventComponent& event, const Property& property, TimeZones&) {
+    if (auto rule = parseRecur(property.value)) {
+        event.rules.push_back(std::move(*rule));
+    }
+}
+
+void readExclusionRule(EventComponent& event, const Property& property, TimeZones&) {
+    if (auto rule = parseRecur(property.value)) {
+        event.exclusionRules.push_back(std::move(*rule));
+    }
+}
+
+struct RecurrenceProperty {
+    std::string_view name;
+    void (*read)(EventComponent&, const Property&, TimeZones&);
+};
+constexpr std::array<RecurrenceProperty, 4> recurrenceProperties = {{
+    {"RRULE", readRule},
+    {"RDATE", readAdditions},
+    {"EXDATE", readExclusions},
+    {"EXRULE", readExclusionRule},
+}};
+
 // False when there is more than may be read of one event.
 bool readRecurrence(EventComponent& event, TimeZones& zones) {
     std::ptrdiff_t values = 0;
     for (const Property& property : event.component->properties) {
-        const auto isNamed = [&](std::string_view name) {
-            return equalsIgnoringCase(name, property.name);
-        };
-        const bool isRule = isNamed("RRULE");
-        const bool isAddition = isNamed("RDATE");
-        const bool isExclusion = isNamed("EXDATE");
-        if (!isRule && !isAddition && !isExclusion && !isNamed("EXRULE")) {
+        const auto* const known =
+            std::find_if(recurrenceProperties.begin(), recurrenceProperties.end(),
+                [&](const auto& each) { return equalsIgnoringCase(each.name, property.name); });
+        if (known == recurrenceProperties.end()) {
             continue;
         }
         values += 1 + std::count(property.value.begin(), property.value.end(), ',');
         if (values > maximumListedValues) {
             return false;
         }
-        if (isAddition) {
-            readAdditions(event, property, zones);
-        } else if (isExclusion) {
-            readExclusions(event, property, zones);
-        } else if (auto rule = parseRecur(property.value)) {
-            (isRule ? event.rules : event.exclusionRules).push_back(std::move(*rule));
-        }
+        known->read(event, property, zones);
     }
     return true;
 }
