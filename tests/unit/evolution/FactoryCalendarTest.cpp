@@ -12,17 +12,6 @@ using testing::ElementsAre;
 constexpr const char* unknownSource =
     "org.gtk.GDBus.UnmappedGError.Quark._g_2dio_2derror_2dquark.Code1";
 
-// Answers the first calls of a method with an error.
-ScriptedFactory::Script failing(std::string method, int times, std::string error) {
-    return [=, left = times](const ScriptedCall& call) mutable -> std::optional<ScriptedReply> {
-        if (call.method != method || left == 0) {
-            return std::nullopt;
-        }
-        --left;
-        return ScriptedReply::error(error);
-    };
-}
-
 TEST(FactoryCalendar, IsOpenedWhenItIsNeeded) {
     ScriptedFactory factory;
     EXPECT_FALSE(factory.calendar.isSettled());
@@ -53,7 +42,7 @@ TEST(FactoryCalendar, IsWritableWhenTheOpenedOneSaysSo) {
 }
 
 TEST(FactoryCalendar, ThatTheServiceCannotOpenIsKnownNotToBeThere) {
-    ScriptedFactory factory(failing("Open", 1, "some.Error"));
+    ScriptedFactory factory(failing("Open", "some.Error", 1));
     factory.open();
     EXPECT_TRUE(factory.calendar.isSettled());
     EXPECT_FALSE(factory.calendar.isOpen());
@@ -66,10 +55,10 @@ TEST(FactoryCalendar, IsOpenedOnceMoreWhenItsFactoryGoesAway) {
     for (const std::string method : {"OpenCalendar", "Open"}) {
         for (const char* error : {DBUS_ERROR_UNKNOWN_METHOD, DBUS_ERROR_UNKNOWN_OBJECT,
                  DBUS_ERROR_SERVICE_UNKNOWN, DBUS_ERROR_NO_REPLY}) {
-            ScriptedFactory factory(failing(method, 1, error));
+            ScriptedFactory factory(failing(method, error, 1));
             factory.open();
             EXPECT_TRUE(factory.calendar.isOpen()) << method << ' ' << error;
-            ScriptedFactory leaving(failing(method, 2, error));
+            ScriptedFactory leaving(failing(method, error, 2));
             leaving.open();
             EXPECT_EQ(leaving.calendar.error().value().name(), error) << method;
             EXPECT_TRUE(leaving.calendar.isInDoubtAfter(*leaving.calendar.error()));
@@ -78,7 +67,7 @@ TEST(FactoryCalendar, IsOpenedOnceMoreWhenItsFactoryGoesAway) {
 }
 
 TEST(FactoryCalendar, IsAskedForAgainUntilTheFactoryHasHeardOfIt) {
-    ScriptedFactory factory(failing("OpenCalendar", 3, unknownSource));
+    ScriptedFactory factory(failing("OpenCalendar", unknownSource, 3));
     const auto start = Clock::now();
     factory.open();
     if (factory.calendar.isOpen()) {
@@ -91,7 +80,7 @@ TEST(FactoryCalendar, IsAskedForAgainUntilTheFactoryHasHeardOfIt) {
 }
 
 TEST(FactoryCalendar, ThatTheFactoryNeverHearsOfIsInDoubt) {
-    ScriptedFactory factory(failing("OpenCalendar", -1, unknownSource));
+    ScriptedFactory factory(failing("OpenCalendar", unknownSource));
     factory.open();
     EXPECT_FALSE(factory.calendar.isOpen());
     EXPECT_TRUE(factory.calendar.isInDoubtAfter(*factory.calendar.error()));
@@ -122,19 +111,19 @@ TEST(FactoryCalendar, TellsOnceThatItIsSettled) {
 }
 
 TEST(FactoryCalendar, OnlyRepeatsWhatReads) {
-    ScriptedFactory factory(failing("GetObject", 1, DBUS_ERROR_UNKNOWN_METHOD));
+    ScriptedFactory factory(failing("GetObject", DBUS_ERROR_UNKNOWN_METHOD, 1));
     factory.open();
     factory.calendar.read(inTheEnd(), "GetObject", "uid", "");
     EXPECT_THAT(factory.services.methods(),
         ElementsAre("OpenCalendar", "Open", "GetObject", "OpenCalendar", "Open", "GetObject"));
-    ScriptedFactory other(failing("GetObject", 1, DBUS_ERROR_UNKNOWN_METHOD));
+    ScriptedFactory other(failing("GetObject", DBUS_ERROR_UNKNOWN_METHOD, 1));
     other.open();
     EXPECT_THROW(other.calendar.call(inTheEnd(), "GetObject", "uid", ""), BusError);
     EXPECT_THAT(other.services.methods(), ElementsAre("OpenCalendar", "Open", "GetObject"));
 }
 
 TEST(FactoryCalendar, IsReadOnceMoreAndNotAThirdTime) {
-    ScriptedFactory factory(failing("GetObject", 2, DBUS_ERROR_UNKNOWN_METHOD));
+    ScriptedFactory factory(failing("GetObject", DBUS_ERROR_UNKNOWN_METHOD, 2));
     factory.open();
     EXPECT_THROW(factory.calendar.read(inTheEnd(), "GetObject", "uid", ""), BusError);
     EXPECT_THROW(factory.calendar.reopenAfter(BusError(DBUS_ERROR_NO_REPLY), inTheEnd()), BusError);

@@ -160,10 +160,7 @@ TEST(RangeReading, BeginsAnewOnceWhenTheFactoryGoesAway) {
 
 TEST(RangeReading, EndsWithWhatTheServiceSays) {
     for (const std::string method : {"Open", "Get", "GetObjectList"}) {
-        ScriptedFactory factory([&](const ScriptedCall& call) -> std::optional<ScriptedReply> {
-            return call.method == method ? std::optional(ScriptedReply::error("some.Error"))
-                                         : std::nullopt;
-        });
+        ScriptedFactory factory(failing(method, "some.Error"));
         const RangeRead read = readRange(factory);
         EXPECT_EQ(read.error, "some.Error") << method;
         EXPECT_THAT(read.uids, ElementsAre());

@@ -3,7 +3,9 @@
 #include "stores/evolution/FactoryCalendar.h"
 #include "tests/unit/evolution/ScriptedBus.h"
 
+#include <limits>
 #include <optional>
+#include <string>
 
 namespace quenbrook::stores::evolution {
 
@@ -63,5 +65,17 @@ class ScriptedFactory {
         return ScriptedReply::of({});
     }
 };
+
+// Answers calls of a method with an error, the first so many or all.
+inline ScriptedFactory::Script failing(
+    std::string method, std::string error, int times = std::numeric_limits<int>::max()) {
+    return [=, left = times](const ScriptedCall& call) mutable -> std::optional<ScriptedReply> {
+        if (call.method != method || left == 0) {
+            return std::nullopt;
+        }
+        --left;
+        return ScriptedReply::error(error);
+    };
+}
 
 } // namespace quenbrook::stores::evolution

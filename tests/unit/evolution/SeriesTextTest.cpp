@@ -72,10 +72,7 @@ TEST(SeriesText, IsAllThatTheCalendarHasOfAUid) {
 
 TEST(SeriesText, IsMissingOnlyWhenTheServiceSaysSo) {
     for (const char* error : {notFoundName, outOfSyncName, DBUS_ERROR_NO_REPLY}) {
-        ScriptedFactory factory([&](const ScriptedCall& call) -> std::optional<ScriptedReply> {
-            return call.method == "GetObject" ? std::optional(ScriptedReply::error(error))
-                                              : std::nullopt;
-        });
+        ScriptedFactory factory(failing("GetObject", error));
         factory.open();
         if (error == notFoundName) {
             EXPECT_FALSE(SeriesText::read(factory.calendar, "one", inTheEnd()));
@@ -177,10 +174,7 @@ TEST(SeriesText, WaitsUntilTheServiceKnowsOfAnother) {
 
 TEST(SeriesText, IsInDoubtAfterACallThatNobodyAnswered) {
     for (const char* error : {DBUS_ERROR_UNKNOWN_METHOD, DBUS_ERROR_NO_REPLY, outOfSyncName}) {
-        ScriptedFactory factory([&](const ScriptedCall& call) -> std::optional<ScriptedReply> {
-            return call.method == "CreateObjects" ? std::optional(ScriptedReply::error(error))
-                                                  : std::nullopt;
-        });
+        ScriptedFactory factory(failing("CreateObjects", error));
         factory.open();
         CalendarWrite write(factory.calendar, inTheEnd());
         try {
